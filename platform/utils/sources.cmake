@@ -1,0 +1,1 @@
+plexa_platform_part(utils)
