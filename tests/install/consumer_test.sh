@@ -1,0 +1,32 @@
+#!/usr/bin/env bash
+# Installs the build into a scratch prefix, moves it, and builds and runs the consumer against it
+# with CMake and with pkg-config.
+# usage: consumer_test.sh BUILD_DIR C++_COMPILER
+set -euo pipefail
+build=$1
+compiler=$2
+consumer=$(cd "$(dirname "$0")/consumer" && pwd)
+scratch=$(mktemp -d)
+trap 'rm -rf "$scratch"' EXIT
+
+cmake --install "$build" --prefix "$scratch/installed" >/dev/null
+prefix=$scratch/moved
+mv "$scratch/installed" "$prefix"
+
+echo "CMake:"
+cmake -S "$consumer" -B "$scratch/build" -DCMAKE_PREFIX_PATH="$prefix" \
+    -DCMAKE_CXX_COMPILER="$compiler" >/dev/null
+cmake --build "$scratch/build" >/dev/null
+"$scratch/build/consumer"
+
+echo "pkg-config:"
+pc=$(find "$prefix" -name plexa.pc -printf '%h')
+read -ra flags <<<"$(PKG_CONFIG_PATH=$pc pkg-config --cflags --libs plexa)"
+"$compiler" "$consumer/main.cpp" "${flags[@]}" -o "$scratch/consumer"
+LD_LIBRARY_PATH=$(PKG_CONFIG_PATH=$pc pkg-config --variable=libdir plexa) "$scratch/consumer"
+
+echo "each public header alone:"
+for header in "$prefix"/include/plexa/*.h; do
+    echo "#include <$(basename "$header")>" >"$scratch/header.cpp"
+    "$compiler" -fsyntax-only -Wall -Wextra -Werror "$scratch/header.cpp" "${flags[@]}"
+done
