@@ -1,1 +1,12 @@
-plexa_platform_part(foundation)
+plexa_platform_part(foundation
+    ABuffer.cpp
+    AHandler.cpp
+    ALooper.cpp
+    AMessage.cpp
+    LooperCore.cpp
+    LooperScheduler.cpp
+    LooperThread.cpp
+    MessageItems.cpp
+    MessageQueue.cpp
+    MessageText.cpp
+    ScheduledLoop.cpp)

@@ -1,1 +1,6 @@
-plexa_platform_part(utils)
+plexa_platform_part(utils
+    BlockPool.cpp
+    FaultInjection.cpp
+    Log.cpp
+    RefBase.cpp
+    TraceSink.cpp)

@@ -1,0 +1,83 @@
+// AMessage: a code, a target, and typed values by name.
+#pragma once
+
+#include <host/MessageItems.h>
+#include <media/stagefright/foundation/ABuffer.h>
+#include <media/stagefright/foundation/AHandler.h>
+#include <utils/Errors.h>
+#include <utils/RefBase.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+
+namespace android {
+
+namespace host {
+class MessageQueue;
+}
+
+// What is posted to handlers, and also a record of values by itself. A name holds one value: a set
+// replaces it, whatever its type. A find gives false for a missing name and for a value of another
+// type, and leaves its result alone. Objects, buffers and messages may be null: such a name is
+// there and found, with null. A handful of names with their values live inside the message.
+// The target is bound when it is set: to the looper that the handler is registered with then. It
+// is held weakly.
+// Threading: reentrant. Once posted, a message belongs to its handler.
+class AMessage : public RefBase {
+public:
+    AMessage();
+    // `handler` may be null: such a message cannot be posted until it has a target.
+    AMessage(uint32_t what, const sp<const AHandler>& handler);
+    AMessage(uint32_t what, const AHandler* handler);
+
+    void setWhat(uint32_t what) { mWhat = what; }
+    uint32_t what() const { return mWhat; }
+    void setTarget(const sp<const AHandler>& handler);
+
+    void setInt32(const char* name, int32_t value);
+    void setInt64(const char* name, int64_t value);
+    void setObject(const char* name, sp<RefBase> object);
+    void setBuffer(const char* name, sp<ABuffer> buffer);
+    void setMessage(const char* name, sp<AMessage> message);
+    void setRect(const char* name, int32_t left, int32_t top, int32_t right, int32_t bottom);
+
+    bool findInt32(const char* name, int32_t* value) const;
+    bool findInt64(const char* name, int64_t* value) const;
+    bool findObject(const char* name, sp<RefBase>* object) const;
+    bool findBuffer(const char* name, sp<ABuffer>* buffer) const;
+    bool findMessage(const char* name, sp<AMessage>* message) const;
+    bool findRect(const char* name, int32_t* left, int32_t* top, int32_t* right,
+                  int32_t* bottom) const;
+
+    // Whether the name is there, with a value of any type.
+    bool contains(const char* name) const;
+    size_t countEntries() const;
+    // Removes every value; what and target stay.
+    void clear();
+
+    // A copy with the same what and target: messages inside are copied too, objects and buffers
+    // are shared.
+    sp<AMessage> dup() const;
+
+    // Hands the message to its target's looper, to be handled after `delayUs` microseconds (below
+    // 0 counts as 0). Without a looper that takes messages: a warning, and NAME_NOT_FOUND.
+    status_t post(int64_t delayUs = 0);
+
+    // The message in readable lines, each indented by `indent` blanks; what is shown as four
+    // characters if it reads as such.
+    std::string debugString(int32_t indent = 0) const;
+
+protected:
+    ~AMessage() override;
+
+private:
+    friend class host::MessageQueue;
+    void deliver(const sp<AMessage>& self);
+
+    uint32_t mWhat = 0;
+    sp<host::Registration> mTarget;
+    host::MessageItems mItems;
+};
+
+}  // namespace android

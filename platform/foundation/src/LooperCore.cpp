@@ -1,0 +1,20 @@
+// The handlers of a looper.
+#include "LooperCore.h"
+
+namespace android::host {
+
+void LooperCore::addHandler(AHandler::handler_id id, const wp<AHandler>& handler) {
+    const std::lock_guard lock(mLock);
+    mHandlers.add(id, handler);
+}
+
+wp<AHandler> LooperCore::takeHandler(AHandler::handler_id id) {
+    const std::lock_guard lock(mLock);
+    const ssize_t index = mHandlers.indexOfKey(id);
+    if (index < 0) return nullptr;
+    wp<AHandler> handler = mHandlers.valueAt(static_cast<size_t>(index));
+    mHandlers.removeItemsAt(static_cast<size_t>(index));
+    return handler;
+}
+
+}  // namespace android::host

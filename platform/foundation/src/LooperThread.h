@@ -1,0 +1,49 @@
+// LooperThread: a thread that runs a looper's queue.
+#pragma once
+
+#include "LoopDriver.h"
+#include "LooperCore.h"
+
+#include <utils/Errors.h>
+
+#include <atomic>
+#include <string>
+
+#include <pthread.h>
+
+namespace android::host {
+
+// Threading: thread-safe.
+class LooperThread : public LoopDriver {
+public:
+    LooperThread(const sp<LooperCore>& core, std::string name, int32_t priority);
+
+    // Runs the queue on a new thread: OK, or UNKNOWN_ERROR when there is none to be had.
+    status_t start();
+    // Runs the queue inside the call, on the calling thread as it is.
+    void run();
+    // Whether the loop is over and its queue dropped.
+    bool hasEnded() const { return mEnded.load(); }
+    // Waits for the end; once only.
+    void join();
+
+    bool isCurrent() const override;
+    void finish() override;
+
+protected:
+    ~LooperThread() override = default;
+
+private:
+    static void* threadMain(void* self);
+    void applyNameAndPriority() const;
+
+    const sp<LooperCore> mCore;
+    const std::string mName;
+    const int32_t mPriority;
+    pthread_t mThread{};
+    bool mOwnThread = false;
+    std::atomic<pthread_t> mRunner{};
+    std::atomic<bool> mEnded{false};
+};
+
+}  // namespace android::host

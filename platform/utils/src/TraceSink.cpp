@@ -1,0 +1,8 @@
+// The one installed trace sink.
+#include <host/TraceSink.h>
+
+namespace android::host {
+
+std::atomic<TraceSink*> gTraceSink{nullptr};
+
+}  // namespace android::host
