@@ -1,1 +1,10 @@
-plexa_platform_part(graphics)
+plexa_platform_part(graphics
+    BufferLayout.cpp
+    CompressedLayout.cpp
+    GraphicAllocation.cpp
+    GraphicBuffer.cpp
+    GraphicBufferMapper.cpp
+    LiveCounts.cpp
+    MemoryFile.cpp
+    NativeHandle.cpp
+    SharedMemory.cpp)
