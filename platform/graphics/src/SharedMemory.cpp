@@ -8,7 +8,6 @@
 
 #include <utils/Log.h>
 
-#include <atomic>
 #include <memory>
 #include <utility>
 
@@ -22,15 +21,9 @@ class SharedMemory : public IMemory {
 public:
     explicit SharedMemory(std::unique_ptr<MemoryFile> memory) : mMemory(std::move(memory)) {}
 
-    // One process maps the region once, so all its users see each write; the fences order them.
-    Return<void> update() override {
-        std::atomic_thread_fence(std::memory_order_acquire);
-        return {};
-    }
-    Return<void> commit() override {
-        std::atomic_thread_fence(std::memory_order_release);
-        return {};
-    }
+    // All users share the one mapping, so there is nothing to fetch or to hand over.
+    Return<void> update() override { return {}; }
+    Return<void> commit() override { return {}; }
     Return<void*> getPointer() override { return mMemory->base(); }
     Return<uint64_t> getSize() override { return mMemory->size(); }
 
