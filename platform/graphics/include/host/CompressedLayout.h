@@ -15,7 +15,7 @@ constexpr size_t kTileBytes = 256;
 // What a tile's metadata byte says. Fresh memory is zero: stored tiles of zero samples.
 enum class TileKind : uint8_t {
     Stored = 0,  // the slot holds every sample
-    Solid = 1,   // every sample equals the first one in the slot, the rest of the slot is unused
+    Solid = 1,   // every unit equals the slot's first one, the rest of the slot is not read
 };
 
 // The tiles of one plane, in raster order. A unit is a luma sample or a Cb, Cr pair. Tiles at the
