@@ -97,6 +97,14 @@ bool AMessage::contains(const char* name) const {
     return mItems.find(name) != nullptr;
 }
 
+size_t AMessage::countEntries() const {
+    return mItems.size();
+}
+
+void AMessage::clear() {
+    mItems.clear();
+}
+
 sp<AMessage> AMessage::dup() const {
     sp<AMessage> copy = sp<AMessage>::make();
     copy->mWhat = mWhat;
