@@ -43,7 +43,7 @@ bool RefBase::onIncStrongAttempted(uint32_t flags, const void*) {
 void RefBase::onLastWeakRef(const void*) {}
 
 int32_t RefBase::getStrongCount() const {
-    const uint32_t strong = strongOf(mRefs->mCounts.load(std::memory_order_relaxed));
+    const uint32_t strong = strongOf(mRefs->mCounts.load(std::memory_order_acquire));
     return static_cast<int32_t>(strong >= kNeverHeld ? strong - kNeverHeld : strong);
 }
 

@@ -48,7 +48,8 @@ public:
 
     void incStrong(const void* id) const;
     void decStrong(const void* id) const;
-    // For logs and tests: other threads may change it at any time.
+    // Other threads may change it at any time, but for a holder who sees 1: nobody else has the
+    // object, and what others did with it before they let go is visible.
     int32_t getStrongCount() const;
     // A new weak reference, which the caller gives back with decWeak().
     weakref_type* createWeak(const void* id) const;
