@@ -1,0 +1,241 @@
+// APipeBufferPool: the output buffers of one stage, handed out and taken back.
+#define LOG_TAG "APipeBufferPool"
+
+#include "APipeBufferPool.h"
+
+#include <hardware/gralloc.h>
+#include <log/log.h>
+#include <media/stagefright/foundation/ADebug.h>
+#include <system/graphics.h>
+
+#include "APipeBufferFactory.h"
+
+namespace android {
+
+namespace {
+
+constexpr uint64_t kCpuUsage = GRALLOC_USAGE_SW_READ_OFTEN | GRALLOC_USAGE_SW_WRITE_OFTEN;
+constexpr uint64_t kGpuUsage = GRALLOC_USAGE_HW_TEXTURE | GRALLOC_USAGE_HW_RENDER;
+
+struct GraphicKind {
+    PixelFormat format;
+    uint64_t usage;
+    const char* requestor;
+};
+
+// The kind with format 0 stands for a colour format that pools do not have in graphics memory.
+GraphicKind graphicKind(APipeBuffer::ColorFormat colorFormat) {
+    switch (colorFormat) {
+        case APipeBuffer::P010:
+        case APipeBuffer::P010Venus:
+            return {HAL_PIXEL_FORMAT_YCBCR_P010, kCpuUsage, "for_ubwc"};
+        case APipeBuffer::Nv12Venus:
+            return {HAL_PIXEL_FORMAT_YCbCr_420_SP_VENUS, kCpuUsage, "for_ubwc"};
+        case APipeBuffer::Rgba8888:
+            return {HAL_PIXEL_FORMAT_RGBA_8888, kCpuUsage | kGpuUsage, "for_filter"};
+        default:
+            return {};
+    }
+}
+
+// The pool has written the id of every buffer that it holds back.
+int32_t idOf(const sp<APipeBuffer>& buffer) {
+    int32_t id = 0;
+    CHECK(buffer->getMeta()->findInt32("id", &id));
+    return id;
+}
+
+}  // namespace
+
+APipeBufferPool::~APipeBufferPool() {
+    release();
+}
+
+status_t APipeBufferPool::init(int32_t bufferCount, int32_t width, int32_t height,
+                               APipeBuffer::ColorFormat colorFormat,
+                               APipeBuffer::MemoryType memoryType, bool useWaitBufferPool) {
+    release();
+    if (bufferCount > kMaxBufferCount) {
+        ALOGW("init() requested bufferCount %d is bigger than kMaxBufferCount %d", bufferCount,
+              kMaxBufferCount);
+        return UNKNOWN_ERROR;
+    }
+    if (bufferCount < 0) {
+        ALOGE("init() requested bufferCount %d is negative", bufferCount);
+        return UNKNOWN_ERROR;
+    }
+    if (memoryType == APipeBuffer::HidlMemory || memoryType == APipeBuffer::InvalidMemory) {
+        ALOGW("init() unsupported MemoryType %d", memoryType);
+        return UNKNOWN_ERROR;
+    }
+    mBufferCount = bufferCount;
+    mWidth = width;
+    mHeight = height;
+    mColorFormat = colorFormat;
+    mMemoryType = memoryType;
+    mUseWaitBufferPool = useWaitBufferPool;
+
+    const int32_t total = mBufferCount + (mUseWaitBufferPool ? kWaitBufferCount : 0);
+    for (int32_t id = 0; id < total; ++id) {
+        const sp<APipeBuffer> buffer = createBuffer(id);
+        if (buffer == nullptr) return UNKNOWN_ERROR;
+        mAvailableBuffers.add(id, buffer);
+    }
+    mInitialized = true;
+    return OK;
+}
+
+sp<APipeBuffer> APipeBufferPool::acquireBuffer(bool wait) {
+    if (wait && !mBuffersInWait.isEmpty()) {
+        sp<APipeBuffer> buffer = mBuffersInWait.valueAt(0);
+        mBuffersInWait.removeItemsAt(0);
+        mBuffersInUse.add(idOf(buffer), buffer);
+        return buffer;
+    }
+    for (size_t i = 0; i < mAvailableBuffers.size(); ++i) {
+        if (!isFreeToHandOut(i)) continue;
+        const int32_t id = mAvailableBuffers.keyAt(i);
+        sp<APipeBuffer> buffer = mAvailableBuffers.valueAt(i);
+        // A holder before a flush may have cleared the metadata, and a return needs the id.
+        buffer->getMeta()->setInt32("id", id);
+        mAvailableBuffers.removeItemsAt(i);
+        mBuffersInUse.add(id, buffer);
+        return buffer;
+    }
+    return nullptr;
+}
+
+void APipeBufferPool::returnBuffer(const sp<APipeBuffer>& buffer) {
+    const sp<AMessage> meta = buffer != nullptr ? buffer->getMeta() : nullptr;
+    int32_t id = 0;
+    sp<AMessage> reply;
+    if (meta != nullptr) meta->findMessage("reply", &reply);
+    if (reply == nullptr || !meta->findInt32("id", &id)) {
+        ALOGE("returnBuffer() refused a buffer without \"id\" or \"reply\"");
+        return;
+    }
+    if (!removeFromLists(id, buffer)) {
+        ALOGW("returnBuffer() refused buffer %d, which is not of this pool", id);
+        return;
+    }
+    int64_t timeUs = 0;
+    const bool hasTime = meta->findInt64("timeUs", &timeUs);
+    meta->clear();
+    meta->setInt32("id", id);
+    if (hasTime) meta->setInt64("timeUs", timeUs);
+    meta->setMessage("reply", reply);
+
+    if (hasTime && mUseWaitBufferPool) {
+        holdBack(timeUs, buffer);
+    } else {
+        mAvailableBuffers.add(id, buffer);
+    }
+}
+
+void APipeBufferPool::returnWaitBuffer() {
+    if (!mUseWaitBufferPool) {
+        ALOGE("returnWaitBuffer() refused, the pool has no wait list");
+        return;
+    }
+    if (!mBuffersInWait.isEmpty()) freeHeldBack(0);
+}
+
+void APipeBufferPool::flush() {
+    if (!mInitialized) return;
+    while (!mBuffersInWait.isEmpty())
+        freeHeldBack(0);
+    for (size_t i = 0; i < mBuffersInUse.size(); ++i) {
+        const int32_t id = mBuffersInUse.keyAt(i);
+        mAvailableBuffers.add(id, mBuffersInUse.valueAt(i));
+        mTakenByFlush.set(static_cast<size_t>(id));
+    }
+    mBuffersInUse.clear();
+    ALOGI("flush done mAvailableBuffers %zu, mBuffersInUse %zu mBuffersInWait %zu",
+          mAvailableBuffers.size(), mBuffersInUse.size(), mBuffersInWait.size());
+}
+
+void APipeBufferPool::release() {
+    if (!mInitialized) return;
+    mInitialized = false;
+    mAvailableBuffers.clear();
+    mBuffersInUse.clear();
+    mBuffersInWait.clear();
+    mTakenByFlush.reset();
+}
+
+sp<APipeBuffer> APipeBufferPool::createBuffer(int32_t id) const {
+    sp<GraphicBuffer> graphicBuffer;
+    if (mMemoryType == APipeBuffer::GraphicMemory) {
+        graphicBuffer = createGraphicBuffer();
+        if (graphicBuffer == nullptr) return nullptr;
+    } else if (mMemoryType != APipeBuffer::LocalMemory) {
+        return nullptr;
+    }
+    sp<APipeBuffer> buffer = APipeBufferFactory::Create(
+        mColorFormat, mWidth, mHeight, graphicBuffer, nullptr, mMemoryType, -1, -1);
+    if (buffer == nullptr || buffer->init() != OK) return nullptr;
+    buffer->getMeta()->setInt32("id", id);
+    return buffer;
+}
+
+sp<GraphicBuffer> APipeBufferPool::createGraphicBuffer() const {
+    const GraphicKind kind = graphicKind(mColorFormat);
+    if (kind.format == PIXEL_FORMAT_UNKNOWN) {
+        ALOGE("init() undefined colorformat %d", mColorFormat);
+        return nullptr;
+    }
+    sp<GraphicBuffer> buffer;
+    if (mWidth > 0 && mHeight > 0) {
+        buffer = new GraphicBuffer(static_cast<uint32_t>(mWidth), static_cast<uint32_t>(mHeight),
+                                   kind.format, 1, kind.usage, kind.requestor);
+    }
+    if (buffer == nullptr) ALOGE("init() failed to create GraphicBuffer");
+    return buffer;
+}
+
+bool APipeBufferPool::isFreeToHandOut(size_t index) {
+    const int32_t id = mAvailableBuffers.keyAt(index);
+    const auto bit = static_cast<size_t>(id);
+    if (!mTakenByFlush[bit]) return true;
+    // The pool's own reference is one; nobody can gain another while there is no second.
+    if (mAvailableBuffers.valueAt(index)->getStrongCount() > 1) {
+        const sp<APipeBuffer> fresh = createBuffer(id);
+        if (fresh == nullptr) {
+            ALOGE("acquireBuffer() cannot replace buffer %d, which is still in use elsewhere", id);
+            return false;
+        }
+        mAvailableBuffers.add(id, fresh);
+    }
+    mTakenByFlush.reset(bit);
+    return true;
+}
+
+bool APipeBufferPool::removeFromLists(int32_t id, const sp<APipeBuffer>& buffer) {
+    for (BuffersById* list : {&mBuffersInUse, &mAvailableBuffers}) {
+        const ssize_t index = list->indexOfKey(id);
+        if (index < 0 || list->valueAt(static_cast<size_t>(index)) != buffer) continue;
+        list->removeItemsAt(static_cast<size_t>(index));
+        return true;
+    }
+    for (size_t i = 0; i < mBuffersInWait.size(); ++i) {
+        if (mBuffersInWait.valueAt(i) != buffer) continue;
+        mBuffersInWait.removeItemsAt(i);
+        return true;
+    }
+    return false;
+}
+
+void APipeBufferPool::holdBack(int64_t timeUs, const sp<APipeBuffer>& buffer) {
+    const ssize_t sameTime = mBuffersInWait.indexOfKey(timeUs);
+    if (sameTime >= 0) freeHeldBack(static_cast<size_t>(sameTime));
+    mBuffersInWait.add(timeUs, buffer);
+    if (mBuffersInWait.size() > kWaitBufferCount) freeHeldBack(0);
+}
+
+void APipeBufferPool::freeHeldBack(size_t index) {
+    const sp<APipeBuffer> buffer = mBuffersInWait.valueAt(index);
+    mBuffersInWait.removeItemsAt(index);
+    mAvailableBuffers.add(idOf(buffer), buffer);
+}
+
+}  // namespace android
