@@ -40,7 +40,7 @@ sp<IMemory> makeSharedMemory(uint64_t size) {
     }
     auto memory = MemoryFile::make("shared memory", size);
     if (memory == nullptr) return nullptr;
-    return sp<IMemory>(new SharedMemory(std::move(memory)));
+    return sp<SharedMemory>::make(std::move(memory));
 }
 
 }  // namespace android::host
