@@ -1,0 +1,323 @@
+// What a stage tells its client, and how buffers find home or the next stage.
+#include <APipe.h>
+#include <host/TraceSink.h>
+
+#include "support/ScheduledTest.h"
+
+namespace android {
+namespace {
+
+using plexa::formatOf;
+using plexa::inputItem;
+using plexa::localBuffer;
+using plexa::outputItem;
+using plexa::pairItem;
+using plexa::TestStage;
+using Ids = std::vector<int32_t>;
+
+constexpr int32_t kInputDone = APipe::kWhatInputBufferDone;
+constexpr int32_t kOutputDone = APipe::kWhatOutputBufferDone;
+
+class PipeNotifyTest : public plexa::ScheduledTest {
+protected:
+    plexa::ClientHandler::Notice lastNotice() {
+        run();
+        return mClient->notices().empty() ? plexa::ClientHandler::Notice()
+                                          : mClient->notices().back();
+    }
+};
+
+TEST_F(PipeNotifyTest, AFrameGoesThroughAChainAndItsBuffersComeHome) {
+    const sp<TestStage> last = stage("B"), first = stage("A", last);
+    start(first);
+    for (int32_t i = 0; i < 3; ++i) {
+        const sp<APipeItem> input = inputItem(i, 100 * i);
+        if (i == 1) input->mInput->getMeta()->setInt32("surfaceId", 5);
+        first->queueItem(input);
+        last->queueItem(outputItem(10 + i));
+    }
+    run();
+    EXPECT_EQ(mClient->bufferIds(kInputDone), (Ids{0, 1, 2}));
+    EXPECT_EQ(mClient->bufferIds(kOutputDone), (Ids{10, 11, 12}));
+    int64_t timeUs = 0;
+    for (const auto& notice : mClient->notices()) {
+        if (notice.what == kInputDone) {
+            EXPECT_EQ(notice.surfaceId, notice.bufferId == 1 ? 5 : -1);
+        } else {
+            EXPECT_EQ(notice.timeUs, std::exchange(timeUs, timeUs + 100));
+            EXPECT_EQ(notice.flag, APipe::kBufferWithFrame);
+        }
+    }
+    EXPECT_EQ(first->freeBuffers(), 2U);
+}
+
+TEST_F(PipeNotifyTest, TheFrameRecordGoesWithTheFrame) {
+    const sp<TestStage> pipe = stage("A");
+    int worked = 0;
+    pipe->mEngine = [&](const auto&, const auto&) { return ++worked, OK; };
+    start(pipe);
+    const sp<APipeItem> plain = inputItem(1, 100), marked = inputItem(2, 200);
+    marked->mInput->getMeta()->setInt32("eos", 1);
+    marked->mInput->getMeta()->setInt32("operation", 3);
+    for (const sp<APipeItem>& input : {plain, marked}) {
+        const sp<APipeItem> output = outputItem(10);
+        const sp<AMessage> record = output->mOutput->getMeta();
+        pipe->queueItem(output);
+        pipe->queueItem(input);
+        run();
+        int64_t timeUs = 0;
+        int32_t eos = -1, operation = -1;
+        record->findInt64("timeUs", &timeUs);
+        record->findInt32("eos", &eos);
+        record->findInt32("operation", &operation);
+        EXPECT_EQ(timeUs, input == plain ? 100 : 200);
+        EXPECT_EQ(eos, input == plain ? 0 : 1);
+        EXPECT_EQ(operation, input == plain ? -1 : 3);
+    }
+    EXPECT_EQ(worked, 1) << "a frame marked eos passes as it is";
+    EXPECT_EQ(mClient->count(kOutputDone), 2U);
+}
+
+TEST_F(PipeNotifyTest, AnOutputGoesOnWithAFrameAndHomeWithout) {
+    const sp<TestStage> last = stage("B"), first = stage("A", last, 1);
+    start(first);
+    const sp<APipeBuffer> output = outputItem(7)->mOutput;
+    output->getMeta()->setInt64("timeUs", 900);
+    last->notifyOutputBufferDone(output, APipe::kBufferWithoutFrame);
+    EXPECT_EQ(lastNotice().timeUs, -1);
+    EXPECT_EQ(lastNotice().flag, 0);
+    last->notifyOutputBufferDone(output, static_cast<APipe::BufferFlag>(5));
+    EXPECT_EQ(lastNotice().flag, 5);
+    EXPECT_EQ(lastNotice().timeUs, -1);
+    last->notifyOutputBufferDone(output, APipe::kBufferWithFrame);
+    EXPECT_EQ(lastNotice().timeUs, 900);
+    EXPECT_EQ(lastNotice().bufferId, 7);
+
+    mClient->forget();
+    const sp<APipeBuffer> pooled = first->mBufferPool->acquireBuffer(false);
+    first->setReply(pooled);
+    first->notifyOutputBufferDone(pooled, APipe::kBufferWithoutFrame);
+    run();
+    EXPECT_EQ(first->freeBuffers(), 1U);
+    EXPECT_TRUE(mClient->notices().empty());
+    first->notifyOutputBufferDone(output, APipe::kBufferWithoutFrame);
+    EXPECT_EQ(lastNotice().what, kOutputDone) << "a client's buffer has no other way home";
+}
+
+TEST_F(PipeNotifyTest, AnOutputSomeoneWaitsForGoesFirst) {
+    const sp<TestStage> last = stage("B"), first = stage("A", last);
+    start(first);
+    for (const int32_t id : {1, 2}) {
+        const sp<APipeBuffer> output = inputItem(id, id)->mInput;
+        if (id == 2) output->getMeta()->setInt32("use-wait-buffer", 1);
+        first->notifyOutputBufferDone(output, APipe::kBufferWithFrame);
+    }
+    while (!first->mOutputItems.empty())
+        first->onWork();
+    for (const int32_t id : {11, 12})
+        last->queueItem(outputItem(id));
+    run();
+    EXPECT_EQ(mClient->bufferIds(kInputDone), (Ids{2, 1}));
+}
+
+TEST_F(PipeNotifyTest, ExtraDataReachesTheClient) {
+    const sp<TestStage> pipe = stage("A");
+    const sp<ABuffer> data = new ABuffer(3);
+    pipe->notifyExtraData(data);
+    EXPECT_EQ(lastNotice().what, APipe::kWhatExtraData);
+    EXPECT_EQ(lastNotice().extraData, data);
+}
+
+TEST_F(PipeNotifyTest, AStageWithoutANotifyMessageWorksInSilence) {
+    const sp<TestStage> pipe = new TestStage(nullptr, nullptr, "A", 0);
+    pipe->init(formatOf(2, 16, 8), formatOf(2, 16, 8));
+    run();
+    pipe->queueItem(inputItem(1, 0));
+    pipe->queueItem(outputItem(11));
+    pipe->notifyExtraData(new ABuffer(1));
+    run();
+    EXPECT_EQ(pipe->mWorkCount, 1);
+    pipe->flush();
+    run();
+    pipe->notifyError(-1);
+    EXPECT_EQ(pipe->mState, TestStage::kStateError);
+    pipe->release();
+    run();
+    EXPECT_TRUE(mClient->notices().empty());
+}
+
+TEST_F(PipeNotifyTest, AnUnworkableItemGoesHomeAndIsAnError) {
+    const sp<APipeItem> noInput = outputItem(11), noOutput = inputItem(1, 0),
+                        noTime = pairItem(1, 11, 0), nothing = new APipeItem;
+    noTime->mInput->getMeta()->clear();
+    noTime->mInput->getMeta()->setInt32("bufferId", 1);
+    noTime->mSubInput = inputItem(2, 0)->mInput;
+    struct Case {
+        const char* log;
+        sp<APipeItem> item;
+        Ids inputs, outputs;
+    };
+    for (const Case& c : {Case{"[A] onWork item without an input", noInput, {}, {11}},
+                          Case{"[A] onWork item without an output", noOutput, {1}, {}},
+                          Case{"[A] onWork item without the input's", noTime, {1, 2}, {11}},
+                          Case{"[A] onWork item without an input", nothing, {}, {}}}) {
+        mLog.clear();
+        mClient->forget();
+        const sp<TestStage> pipe = stage("A");
+        start(pipe);
+        pipe->setItemGenerator(nullptr);
+        pipe->queueItem(c.item);
+        run();
+        EXPECT_TRUE(logged(ANDROID_LOG_ERROR, "APipe", c.log)) << c.log;
+        EXPECT_EQ(mClient->bufferIds(kInputDone), c.inputs) << c.log;
+        EXPECT_EQ(mClient->bufferIds(kOutputDone), c.outputs) << c.log;
+        EXPECT_EQ(mClient->notices().back().err, UNKNOWN_ERROR) << c.log;
+        EXPECT_TRUE(pipe->mWorkItems.empty()) << c.log;
+        EXPECT_EQ(pipe->mState, TestStage::kStateError) << c.log;
+    }
+}
+
+TEST_F(PipeNotifyTest, AFailedItemStaysFirstAndIsTriedAgain) {
+    const sp<TestStage> pipe = stage("A");
+    status_t result = -7;
+    pipe->mEngine = [&](const auto&, const auto&) { return result; };
+    start(pipe);
+    pipe->setItemGenerator(nullptr);
+    pipe->queueItem(pairItem(1, 11, 100));
+    pipe->queueItem(pairItem(2, 12, 200));
+    mScheduler.runOne();
+    EXPECT_EQ(pipe->mState, TestStage::kStateError);
+    result = OK;
+    EXPECT_EQ(lastNotice().bufferId, 11);
+    EXPECT_EQ(mClient->notices().front().err, UNKNOWN_ERROR);
+    EXPECT_EQ(pipe->mWorkItems.size(), 1U);
+}
+
+TEST_F(PipeNotifyTest, AnOutputThatTheNextStageRefusesComesHome) {
+    const sp<TestStage> last = stage("B"), first = stage("A", last, 1);
+    start(first);
+    last->notifyError(-1);
+    for (const int32_t id : {1, 2, 3})
+        first->queueItem(inputItem(id, id));
+    run();
+    EXPECT_EQ(mClient->bufferIds(kInputDone), (Ids{1, 2, 3}));
+    EXPECT_EQ(first->freeBuffers(), 1U);
+    EXPECT_EQ(mLog.count(ANDROID_LOG_WARN, "APipe", "[A] the next stage refused an output"), 3U);
+}
+
+TEST_F(PipeNotifyTest, APoolBufferInAStaleItemComesHome) {
+    const sp<TestStage> last = stage("B"), first = stage("A", last, 1);
+    start(first);
+    first->queueItem(inputItem(1, 1));
+    mScheduler.runOne();
+    last->setBufferGeneration();
+    run();
+    EXPECT_EQ(last->mWorkCount, 0);
+    EXPECT_EQ(first->freeBuffers(), 1U);
+}
+
+TEST_F(PipeNotifyTest, WhatAGeneratorRefusesComesHome) {
+    const sp<TestStage> pipe = stage("A");
+    start(pipe);
+    pipe->queueItem(pairItem(1, 11, 100));
+    run();
+    EXPECT_EQ(mClient->bufferIds(kInputDone), Ids{1});
+    EXPECT_EQ(mClient->bufferIds(kOutputDone), Ids{11});
+    EXPECT_EQ(mClient->notices().back().flag, APipe::kBufferWithoutFrame);
+    EXPECT_EQ(pipe->mState, TestStage::kStateInitialized);
+}
+
+TEST_F(PipeNotifyTest, WhatAGeneratorDropsForMetadataComesHome) {
+    struct Generator : APipeItemGenerator {
+        Generator() : APipeItemGenerator("G") {}
+        void pushItemMeta(const sp<AMessage>&) override {
+            drop(&APipeItem::mInput, *mInputBuffers.begin());
+            mInputBuffers.clear();
+        }
+    };
+    const sp<TestStage> pipe = stage("A");
+    pipe->setItemGenerator(new Generator);
+    start(pipe);
+    pipe->queueItem(inputItem(1, 100));
+    const sp<AMessage> meta = new AMessage;
+    meta->setInt64("timeUs", 100);
+    meta->setBuffer("frameMeta", new ABuffer(1));
+    pipe->queueItemMeta(meta);
+    run();
+    EXPECT_EQ(mClient->bufferIds(kInputDone), Ids{1});
+}
+
+TEST_F(PipeNotifyTest, AnOutputThatTheClientCannotKnowIsAnError) {
+    const sp<TestStage> pipe = stage("A");
+    start(pipe);
+    const sp<APipeItem> unknown = outputItem(11), untimed = outputItem(12);
+    unknown->mOutput->getMeta()->clear();
+    pipe->notifyOutputBufferDone(unknown->mOutput, APipe::kBufferWithFrame);
+    EXPECT_EQ(lastNotice().what, APipe::kWhatError);
+    EXPECT_TRUE(logged(ANDROID_LOG_ERROR, "APipe", "without \"bufferId\""));
+    pipe->notifyOutputBufferDone(untimed->mOutput, APipe::kBufferWithFrame);
+    EXPECT_EQ(lastNotice().bufferId, 12);
+    EXPECT_EQ(lastNotice().flag, APipe::kBufferWithoutFrame);
+    EXPECT_EQ(mClient->count(APipe::kWhatError), 2U);
+}
+
+TEST_F(PipeNotifyTest, AReturnedBufferStartsTheNextItemUnlessTheStageSkips) {
+    for (const bool skips : {false, true}) {
+        mClient->forget();
+        const sp<TestStage> last = stage("B"), first = stage("A", last, 1);
+        first->mSkipsOnWork = skips;
+        start(first);
+        for (const int32_t id : {1, 2, 3})
+            first->queueItem(inputItem(id, id));
+        run();
+        EXPECT_EQ(first->mWorkCount, 1);
+        last->queueItem(outputItem(11));
+        run();
+        EXPECT_EQ(first->mWorkCount, skips ? 1 : 2);
+        EXPECT_EQ(mClient->bufferIds(kOutputDone), Ids{11});
+    }
+}
+
+TEST_F(PipeNotifyTest, AReplyIsGoodForItsGenerationOnly) {
+    const sp<TestStage> last = stage("B"), first = stage("A", last, 1);
+    start(first);
+    const sp<APipeBuffer> buffer = first->mBufferPool->acquireBuffer(false);
+    first->setReply(buffer);
+    first->setBufferGeneration();
+    buffer->release();
+    run();
+    EXPECT_TRUE(
+        logged(ANDROID_LOG_INFO, "APipe", "[A] onBufferReturned generation is not matched"));
+    EXPECT_EQ(first->freeBuffers(), 0U);
+    first->flush();
+    run();
+    EXPECT_EQ(first->freeBuffers(), 1U);
+}
+
+TEST_F(PipeNotifyTest, ATraceTellsWhatHappensToAFrame) {
+    struct Sink final : host::TraceSink {
+        void begin(const char* name) override { mEvents.push_back(std::string("begin ") + name); }
+        void end() override { mEvents.emplace_back("end"); }
+        void asyncBegin(const char*, int32_t) override {}
+        void asyncEnd(const char*, int32_t) override {}
+        void counter(const char*, int64_t) override {}
+        void instant(const char* track, const char* name) override {
+            mEvents.push_back(std::string(track) + " " + name);
+        }
+        std::vector<std::string> mEvents;
+    } sink;
+    const sp<TestStage> last = stage("B"), first = stage("A", last, 1);
+    start(first);
+    host::setTraceSink(&sink);
+    first->queueItem(inputItem(1, 1));
+    run();
+    last->setBufferGeneration();
+    last->queueItem(pairItem(2, 12, 2));
+    run();
+    host::setTraceSink(nullptr);
+    EXPECT_EQ(sink.mEvents, (std::vector<std::string>{"A queued", "begin A", "end", "B queued",
+                                                      "A forwarded", "B queued", "B dropped"}));
+}
+
+}  // namespace
+}  // namespace android

@@ -1,0 +1,143 @@
+// TestStage: a stage whose work and hooks a test decides, and the buffers to queue into it.
+#pragma once
+
+#include <APipe.h>
+#include <APipeBufferFactory.h>
+
+#include <atomic>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace plexa {
+
+inline constexpr int kFrameWidth = 16;
+inline constexpr int kFrameHeight = 8;
+
+inline android::sp<android::AMessage> formatOf(int32_t colorFormat, int32_t width, int32_t height) {
+    android::sp<android::AMessage> format = new android::AMessage;
+    format->setInt32("colorformat", colorFormat);
+    format->setInt32("width", width);
+    format->setInt32("height", height);
+    return format;
+}
+
+inline android::sp<android::APipeBuffer> localBuffer() {
+    using android::APipeBuffer;
+    android::sp<APipeBuffer> buffer =
+        android::APipeBufferFactory::Create(APipeBuffer::Nv12, kFrameWidth, kFrameHeight, nullptr,
+                                            nullptr, APipeBuffer::LocalMemory, -1, -1);
+    return buffer->init() == android::OK ? buffer : nullptr;
+}
+
+// A client's input and output; each is told by its id.
+inline android::sp<android::APipeItem> inputItem(int32_t bufferId, int64_t timeUs) {
+    android::sp<android::APipeItem> item = new android::APipeItem;
+    item->mInput = localBuffer();
+    item->mInput->getMeta()->setInt32("bufferId", bufferId);
+    item->mInput->getMeta()->setInt64("timeUs", timeUs);
+    return item;
+}
+
+inline android::sp<android::APipeItem> outputItem(int32_t bufferId) {
+    android::sp<android::APipeItem> item = new android::APipeItem;
+    item->mOutput = localBuffer();
+    item->mOutput->getMeta()->setInt32("bufferId", bufferId);
+    return item;
+}
+
+inline android::sp<android::APipeItem> pairItem(int32_t inputId, int32_t outputId, int64_t timeUs) {
+    android::sp<android::APipeItem> item = inputItem(inputId, timeUs);
+    item->mOutput = outputItem(outputId)->mOutput;
+    return item;
+}
+
+struct TestGenerator : public android::APipeItemGenerator {
+    using APipeItemGenerator::APipeItemGenerator;
+    using APipeItemGenerator::mOutputBuffers;
+};
+
+// Its engine, pool and hooks are set before init; what is protected in a stage is open here.
+// Threading: as APipe.
+class TestStage : public android::APipe {
+public:
+    using android::APipe::APipe;
+    using android::APipe::kStateCreated;
+    using android::APipe::kStateError;
+    using android::APipe::kStateInitialized;
+    using android::APipe::kWhatBufferReturned;
+    using android::APipe::mBufferPool;
+    using android::APipe::mItemGenerator;
+    using android::APipe::mOutputItems;
+    using android::APipe::mRangeInfos;
+    using android::APipe::mState;
+    using android::APipe::mWorkItems;
+    using android::APipe::notifyError;
+    using android::APipe::notifyExtraData;
+    using android::APipe::notifyInputBufferDone;
+    using android::APipe::notifyOutputBufferDone;
+    using android::APipe::onMessageReceived;
+    using android::APipe::setBufferInfo;
+    using android::APipe::setReply;
+
+    TestStage(const android::sp<android::APipe>& next, const android::sp<android::AMessage>& notify,
+              const std::string& name, int poolSize)
+        : APipe(next, notify, name), mPoolSize(poolSize) {
+        setItemGenerator(mTestGenerator);
+    }
+
+    // How many buffers of its pool it could fill now: those that wait for an input in the
+    // generator, and those that are free, which are taken and given back.
+    size_t freeBuffers() {
+        std::vector<android::sp<android::APipeBuffer>> taken;
+        while (const auto buffer = mBufferPool->acquireBuffer(false)) {
+            setReply(buffer);
+            taken.push_back(buffer);
+        }
+        for (const auto& buffer : taken)
+            mBufferPool->returnBuffer(buffer);
+        return mTestGenerator->mOutputBuffers.size() + taken.size();
+    }
+
+    void onWork() override {
+        ++mWorkCount;
+        workOnFirstItem(mEngine);
+    }
+
+    Engine mEngine = [](const auto&, const auto&) { return android::OK; };
+    std::function<void()> mOnDestroyed;
+    std::vector<std::string> mParameters;
+    bool mSkipsOnWork = false;
+    std::atomic<int> mWorkCount = 0;
+
+protected:
+    ~TestStage() override {
+        if (mOnDestroyed) mOnDestroyed();
+    }
+
+    void onInit(const android::sp<android::AMessage>& msg) override {
+        if (setBufferInfo(mPoolSize, kFrameWidth, kFrameHeight, android::APipeBuffer::Nv12,
+                          false) != android::OK) {
+            return notifyError(android::UNKNOWN_ERROR);
+        }
+        APipe::onInit(msg);
+    }
+    bool isNeededSkipOnWork() override { return mSkipsOnWork; }
+    void onSetParameter(int key, int value) override {
+        mParameters.push_back(std::to_string(key) + "=" + std::to_string(value));
+    }
+    void onSetParameter(int key, const std::string& value) override {
+        mParameters.push_back(std::to_string(key) + "=" + value);
+    }
+    void onSetParameter(int key, const android::sp<android::AMessage>& value) override {
+        mParameters.push_back(std::to_string(key) + "=" + std::to_string(value->what()));
+    }
+
+private:
+    const int mPoolSize;
+    const android::sp<TestGenerator> mTestGenerator = new TestGenerator(mName);
+};
+
+}  // namespace plexa
