@@ -1,0 +1,124 @@
+// What a stage costs: chains whose engines do nothing, streaming and in lock-step, beside a plain
+// queue, a futex hand-off and the same chain of pass-through elements in GStreamer.
+#include <benchmark/benchmark.h>
+
+#include <memory>
+#include <string>
+
+#include "support/chain_client.h"
+#include "support/frames.h"
+#include "support/hand_off.h"
+#include "support/pass_through.h"
+#include "support/ratios.h"
+#ifdef PLEXA_HAVE_GSTREAMER
+#include "support/pass_through_peer.h"
+#endif
+
+namespace {
+
+using namespace android;
+using namespace plexa::bench;
+
+constexpr int kFramesARun = 2000;
+constexpr int kStreaming = 8;  // frames in flight
+constexpr int kLockStep = 1;
+constexpr Size kTiny = {16, 16};
+
+struct RunningChain {
+    RunningChain(int stages, int inFlight) : client(ChainClient::create()) {
+        const auto none = format(APipeBuffer::Nv12, kTiny);
+        started = client->start(passThroughChain(stages, client->notify()), none, none,
+                                localBuffers(inFlight, kTiny), localBuffers(inFlight, kTiny));
+    }
+    ~RunningChain() { client->stop(); }
+
+    sp<ChainClient> client;
+    bool started = false;
+};
+
+void runChain(benchmark::State& state, int stages, int inFlight) {
+    RunningChain chain(stages, inFlight);
+    if (!chain.started) state.SkipWithError("the chain did not start");
+    for (auto _ : state) {
+        if (!chain.client->run(kFramesARun)) state.SkipWithError("the chain failed");
+    }
+    state.SetItemsProcessed(state.iterations() * kFramesARun);
+}
+
+void streaming(benchmark::State& state) {
+    runChain(state, static_cast<int>(state.range(0)), kStreaming);
+}
+
+void lockStep(benchmark::State& state) {
+    runChain(state, static_cast<int>(state.range(0)), kLockStep);
+}
+
+void sideBySide(benchmark::State& state) {
+    std::vector<std::unique_ptr<RunningChain>> chains;
+    for (int i = 0; i < state.range(0); ++i)
+        chains.push_back(std::make_unique<RunningChain>(2, kStreaming));
+    for (auto _ : state) {
+        for (const auto& chain : chains)
+            chain->client->begin(kFramesARun);
+        for (const auto& chain : chains) {
+            if (!chain->client->finish()) state.SkipWithError("a chain failed");
+        }
+    }
+    state.SetItemsProcessed(state.iterations() * kFramesARun * state.range(0));
+}
+
+void queueItem(benchmark::State& state) {
+    for (auto _ : state)
+        passThroughQueue(kFramesARun);
+    state.SetItemsProcessed(state.iterations() * kFramesARun);
+}
+
+void futexHandOff(benchmark::State& state) {
+    for (auto _ : state)
+        pingPong(kFramesARun);
+    state.SetItemsProcessed(state.iterations() * kFramesARun);
+}
+
+#ifdef PLEXA_HAVE_GSTREAMER
+void gstreamer(benchmark::State& state, int inFlight) {
+    PassThroughPeer peer(static_cast<int>(state.range(0)), inFlight);
+    for (auto _ : state) {
+        if (!peer.run(kFramesARun)) state.SkipWithError("the pipeline failed");
+    }
+    state.SetItemsProcessed(state.iterations() * kFramesARun);
+}
+
+void gstreamerStreaming(benchmark::State& state) {
+    gstreamer(state, kStreaming);
+}
+
+void gstreamerLockStep(benchmark::State& state) {
+    gstreamer(state, kLockStep);
+}
+#endif
+
+void configure(benchmark::internal::Benchmark* benchmark) {
+    benchmark->Unit(benchmark::kMicrosecond)->UseRealTime()->MinTime(0.3);
+}
+
+}  // namespace
+
+BENCHMARK(queueItem)->Apply(configure);
+BENCHMARK(futexHandOff)->Apply(configure);
+BENCHMARK(streaming)->Apply(configure)->Arg(1)->Arg(2)->Arg(4)->Arg(8)->Arg(16);
+BENCHMARK(lockStep)->Apply(configure)->Arg(1)->Arg(2)->Arg(4)->Arg(8)->Arg(16);
+BENCHMARK(sideBySide)->Apply(configure)->Arg(1)->Arg(4)->Arg(16)->Arg(64);
+#ifdef PLEXA_HAVE_GSTREAMER
+BENCHMARK(gstreamerStreaming)->Apply(configure)->Arg(2);
+BENCHMARK(gstreamerLockStep)->Apply(configure)->Arg(2);
+#endif
+
+int main(int argc, char** argv) {
+    std::vector<Ratio> ratios = {
+        {"two stages streaming / bare queue item (time)", "queueItem", {"streaming/2"}},
+        {"two stages lock-step / futex hand-off (time)", "futexHandOff", {"lockStep/2"}},
+        {"64 chains / one chain (throughput)", "sideBySide/64", {"sideBySide/1"}},
+        {"GStreamer / two stages streaming (time)", "streaming/2", {"gstreamerStreaming/2"}},
+        {"GStreamer / two stages lock-step (time)", "lockStep/2", {"gstreamerLockStep/2"}}};
+    return runWithRatios(argc, argv, ratios);
+}

@@ -1,0 +1,64 @@
+// A client that keeps a chain fed from a fixed set of buffers, for measuring.
+#pragma once
+
+#include <APipe.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <mutex>
+#include <vector>
+
+namespace plexa::bench {
+
+/// Queues every input and output again as soon as its notice says that it is free, until as many
+/// frames as asked for have come out.
+///
+/// Threading: run from one thread at a time; notices arrive on the client's own looper.
+class ChainClient : public android::AHandler {
+public:
+    /// Starts the client's looper. The notify message to give to the stages is notify().
+    static android::sp<ChainClient> create();
+
+    android::sp<android::AMessage> notify();
+
+    /// Initialises the chain and takes the buffers that feed it; false if it reports an error.
+    bool start(const android::sp<android::APipe>& chain, const android::sp<android::AMessage>& src,
+               const android::sp<android::AMessage>& dst,
+               std::vector<android::sp<android::APipeBuffer>> inputs,
+               std::vector<android::sp<android::APipeBuffer>> outputs);
+
+    /// Starts to send so many frames through. finish() waits for the last; it is false if the chain
+    /// reports an error. run() does both.
+    void begin(int frames);
+    bool finish();
+    bool run(int frames);
+
+    /// Releases the chain and ends the looper.
+    void stop();
+
+protected:
+    void onMessageReceived(const android::sp<android::AMessage>& msg) override;
+
+private:
+    void queueInput(int32_t id);
+    void queueOutput(int32_t id);
+    bool waitFor(const bool& event);
+
+    android::sp<android::ALooper> mLooper;
+    android::sp<android::APipe> mChain;
+    std::vector<android::sp<android::APipeBuffer>> mInputs;
+    std::vector<android::sp<android::APipeBuffer>> mOutputs;
+    std::vector<int32_t> mIdleInputs;
+    std::atomic<int64_t> mNextTimeUs = 0;
+
+    std::mutex mLock;  // guards what follows and mIdleInputs
+    std::condition_variable mChanged;
+    int mToQueue = 0;
+    int mToReceive = 0;
+    bool mInitialized = false;
+    bool mReceived = false;
+    bool mReleased = false;
+    bool mFailed = false;
+};
+
+}  // namespace plexa::bench
