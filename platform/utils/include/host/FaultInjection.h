@@ -6,7 +6,7 @@
 namespace android::host {
 
 enum class Fault {
-    ThreadStart,       // ALooper::start() cannot get its thread
+    ThreadStart,       // ALooper::start() or a converter's helper cannot get its thread
     GraphicsAllocate,  // GraphicBuffer or shared memory: the system has no memory
     GraphicsMap,       // GraphicBuffer or shared memory: the memory cannot be mapped
     GraphicsLock,      // a GraphicBufferMapper lock whose arguments are in order
