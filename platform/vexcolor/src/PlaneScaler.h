@@ -1,0 +1,32 @@
+// PlaneScaler: scales one plane of a linear frame.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "FrameFormat.h"
+#include "Plane.h"
+
+namespace cl {
+
+// What a plane consists of.
+struct PlaneKind {
+    uint32_t bytesPerSample;  // 1, or 2 for 10 bits at the top of 16
+    uint32_t samplesPerUnit;  // 1, or 2 for interleaved chroma
+};
+
+// Made for one pair of sizes. Centres of planes lie upon each other; shrinking averages over all
+// that a unit covers, growing interpolates. Threading: reentrant.
+class PlaneScaler {
+public:
+    virtual ~PlaneScaler() = default;
+
+    // Two planes of the sizes and the kind that the scaler was made for. False when the kernel
+    // refused them.
+    virtual bool scale(const Plane& from, const Plane& to) = 0;
+
+    // The fastest kernel that is exact about positions. Null, after an error log, without memory.
+    static std::unique_ptr<PlaneScaler> make(FrameSize from, FrameSize to, PlaneKind kind);
+};
+
+}  // namespace cl

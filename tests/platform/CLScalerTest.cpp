@@ -1,0 +1,257 @@
+// libvexcolor's scaler: nothing shifts, nothing drifts, nothing outside the picture matters.
+#include <cl/common/CLColorFormat.h>
+#include <cl/scaler/CLScaler.h>
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cmath>
+#include <memory>
+
+#include "VexcolorFrames.h"
+#include "support/LogCapture.h"
+
+namespace cl {
+namespace {
+
+using plexa::LogCapture;
+
+struct Depth {
+    uint32_t bits;
+    int32_t code;
+    PixelFormat format;
+    uint32_t max() const { return (1U << bits) - 1; }
+};
+constexpr Depth kDepths[] = {
+    {8, common::CL_COLOR_NV12_VENUS, kNv12Venus},
+    {8, common::CL_COLOR_NV12, kNv12},
+    {10, common::CL_COLOR_P010_VENUS, kP010},
+    {10, common::CL_COLOR_P010, kP010},
+};
+
+using Handle = std::unique_ptr<void, decltype(&destroyScaler)>;
+
+Handle makeScaler(const Depth& depth, Size from, Size to) {
+    return {createScaler(1, from.width, from.height, to.width, to.height, depth.code, depth.code),
+            &destroyScaler};
+}
+
+// The frame in another size; also checks that no byte outside the picture plays a part.
+Frame scaled(const Depth& depth, const Frame& frame, Size to) {
+    const Size from = {frame[0].width, frame[0].height};
+    const Handle scaler = makeScaler(depth, from, to);
+    Frame results[2];
+    for (const int i : {0, 1}) {
+        TestBuffer input(from, depth.format, i == 0 ? 0x00 : 0xFF);
+        const TestBuffer output(to, depth.format, 0xA5);
+        input.write(frame);
+        EXPECT_TRUE(scale(scaler.get(), input.get(), output.get()));
+        EXPECT_TRUE(output.paddingIsIntact())
+            << from << " to " << to << " " << depth.bits << " " << depth.code;
+        results[i] = output.read();
+    }
+    EXPECT_EQ(results[0], results[1]);
+    return results[0];
+}
+
+TEST(CLScalerTest, SameSizeIsAnExactCopy) {
+    for (const Depth& depth : kDepths) {
+        for (const Size size : {Size{1, 1}, {2, 2}, {19, 11}, {322, 178}, {641, 361}}) {
+            const Frame frame = makeNoise(size, depth.bits);
+            EXPECT_EQ(scaled(depth, frame, size), frame) << depth.bits << " bits " << size;
+        }
+    }
+}
+
+TEST(CLScalerTest, EveryRatioKeepsAConstant) {
+    const Size sizes[][2] = {
+        {{1, 1}, {7, 5}},         {{7, 5}, {1, 1}},        {{2, 2}, {4, 4}},
+        {{2, 2}, {1, 1}},         {{4, 4}, {2, 2}},        {{18, 10}, {9, 5}},
+        {{64, 48}, {33, 24}},     {{99, 99}, {33, 33}},    {{641, 361}, {19, 11}},
+        {{19, 11}, {641, 361}},   {{320, 40}, {80, 160}},  {{640, 480}, {257, 111}},
+        {{16384, 6}, {3, 16384}}, {{1, 16384}, {16384, 1}}};
+    for (const Depth& depth : kDepths) {
+        for (const auto& [from, to] : sizes) {
+            const Picture picture = [&](uint32_t c, uint32_t, uint32_t) {
+                return c == 0 ? depth.max() : c == 1 ? depth.max() / 2 : 3;
+            };
+            EXPECT_EQ(scaled(depth, makeFrame(from, picture), to), makeFrame(to, picture))
+                << depth.bits << " bits " << from << " to " << to;
+        }
+    }
+}
+
+// Differences to the straight line that runs through the centres of a component's samples, away
+// from the edges, where filters run out of samples.
+struct Slope {
+    double perX, perY, offset;
+
+    double at(double x, double y) const { return offset + perX * x + perY * y; }
+};
+
+double worstError(const Component& component, const Slope& slope, Size from, uint32_t margin) {
+    const double ratioX = double(from.width) / component.width;
+    const double ratioY = double(from.height) / component.height;
+    double worst = 0;
+    for (uint32_t y = margin; y + margin < component.height; ++y) {
+        for (uint32_t x = margin; x + margin < component.width; ++x) {
+            const double expected = slope.at((x + 0.5) * ratioX - 0.5, (y + 0.5) * ratioY - 0.5);
+            worst = std::max(worst, std::abs(component.at(x, y) - expected));
+        }
+    }
+    return worst;
+}
+
+TEST(CLScalerTest, RampsStayWhereTheyAre) {
+    constexpr Size from = {320, 240};
+    for (const Depth& depth : kDepths) {
+        // Steep enough for half a sample of shift to be half a step of 8 bits and more of 10.
+        const double unit = depth.max() / 640.0;
+        const Slope slopes[] = {
+            {unit, unit, 10}, {3 * unit, 0, 10}, {0, -4 * unit, depth.max() - 10.0}};
+        const Frame frame = makeFrame(from, [&](uint32_t c, uint32_t x, uint32_t y) {
+            return static_cast<uint32_t>(std::lround(slopes[c].at(x, y)));
+        });
+        for (const Size to : {Size{160, 120},
+                              {640, 480},
+                              {214, 160},
+                              {107, 80},
+                              {117, 91},
+                              {321, 241},
+                              {480, 360},
+                              {1000, 77},
+                              {161, 121}}) {
+            const Frame result = scaled(depth, frame, to);
+            // Rounding of the source and of the result, and of filter weights in between.
+            for (uint32_t c = 0; c < 3; ++c) {
+                const Size size = {frame[c].width, frame[c].height};
+                const uint32_t margin =
+                    2 + 2 * std::max(result[c].width / size.width, result[c].height / size.height);
+                EXPECT_LE(worstError(result[c], slopes[c], size, margin), 1.1)
+                    << depth.bits << " bits, component " << c << " to " << to;
+            }
+        }
+    }
+}
+
+// Mean of what a sample covers, for one axis after the other.
+std::vector<double> averaged(const std::vector<double>& in, uint32_t width, uint32_t to) {
+    const double ratio = double(width) / to;
+    std::vector<double> out;
+    for (size_t row = 0; row < in.size(); row += width) {
+        for (uint32_t x = 0; x < to; ++x) {
+            const double left = x * ratio, right = (x + 1) * ratio;
+            double sum = 0;
+            for (auto i = static_cast<uint32_t>(left); i < width && i < right; ++i) {
+                sum += in[row + i] * (std::min(right, i + 1.0) - std::max(left, double(i)));
+            }
+            out.push_back(sum / ratio);
+        }
+    }
+    return out;
+}
+
+std::vector<double> turned(const std::vector<double>& in, uint32_t width) {
+    std::vector<double> out;
+    const size_t height = in.size() / width;
+    for (size_t x = 0; x < width; ++x) {
+        for (size_t y = 0; y < height; ++y)
+            out.push_back(in[y * width + x]);
+    }
+    return out;
+}
+
+double psnrOfAverage(const Component& from, const Component& to, double max) {
+    const std::vector<double> wide(from.samples.begin(), from.samples.end());
+    const auto narrow = turned(averaged(wide, from.width, to.width), to.width);
+    const auto expected = turned(averaged(narrow, from.height, to.height), to.height);
+    double squares = 0;
+    for (size_t i = 0; i < expected.size(); ++i)
+        squares += std::pow(to.samples[i] - expected[i], 2);
+    return 10 * std::log10(max * max * expected.size() / squares);
+}
+
+TEST(CLScalerTest, ShrinkingAveragesWhatASampleCovers) {
+    for (const Depth& depth : {kDepths[0], kDepths[2]}) {
+        // Lines of many directions and widths over a slope, like print on paper.
+        const Frame frame = makeFrame({960, 540}, [&](uint32_t c, uint32_t x, uint32_t y) {
+            const bool ink = (x * (3 + c) + y * 7) % 97 < 24 || (x * x + y * y) / 4096 % 5 == 0;
+            return (ink ? depth.max() * 3 / 8 : depth.max() / 2) + x * depth.max() / 4 / 960;
+        });
+        for (const Size to : {Size{480, 270}, {640, 360}, {720, 405}, {333, 187}}) {
+            const Frame result = scaled(depth, frame, to);
+            EXPECT_GE(psnrOfAverage(frame[0], result[0], depth.max()), 38)
+                << depth.bits << " " << to;
+        }
+    }
+}
+
+TEST(CLScalerTest, TenBitsStayTen) {
+    // Every value in turn: two neighbours' mean would show if bits were lost on the way.
+    const Frame frame = makeFrame({1024, 8}, [](uint32_t, uint32_t x, uint32_t) { return x; });
+    const Frame result = scaled(kDepths[2], frame, {2048, 8});
+    std::vector<bool> seen(1024);
+    for (const uint16_t value : result[0].samples)
+        seen.at(value) = true;
+    EXPECT_TRUE(std::all_of(seen.begin(), seen.end(), [](bool value) { return value; }));
+}
+
+TEST(CLScalerTest, RefusesWhatItCannotScale) {
+    constexpr int64_t cases[][7] = {{1, 0, 8, 8, 8, 8, 8},
+                                    {1, 8, 8, 8, -8, 8, 8},
+                                    {1, 16385, 8, 8, 8, 8, 8},
+                                    {1, 8, (int64_t{1} << 32) + 8, 8, 8, 8, 8},
+                                    {1, 8, 8, 100000, 100000, 8, 8},
+                                    {1, 8, 8, 8, 8, -1, -1},
+                                    {1, 8, 8, 8, 8, 3, 3},
+                                    {1, 8, 8, 8, 8, 4, 4},
+                                    {1, 8, 8, 8, 8, 6, 5},
+                                    {1, 8, 8, 8, 8, 7, 7},
+                                    {2, 8, 8, 8, 8, 8, 8}};
+    const LogCapture log;
+    for (const auto& [mode, srcWidth, srcHeight, dstWidth, dstHeight, src, dst] : cases) {
+        EXPECT_EQ(createScaler(static_cast<int32_t>(mode), srcWidth, srcHeight, dstWidth, dstHeight,
+                               static_cast<int32_t>(src), static_cast<int32_t>(dst)),
+                  nullptr);
+    }
+    EXPECT_EQ(log.count(ANDROID_LOG_ERROR, "CLScaler", "createScaler"), std::size(cases));
+    destroyScaler(nullptr);
+}
+
+TEST(CLScalerTest, RefusesBuffersThatAreNotAsCreatedFor) {
+    constexpr Size from = {64, 48}, to = {32, 24};
+    const TestBuffer input(from, kNv12, 0), output(to, kNv12, 0);
+    const TestBuffer p010(from, kP010, 0), tiled(from, kNv12Tiles, 0), rgba(to, 1, 0);
+    const struct {
+        sp<GraphicBuffer> input, output;
+        const char* cause;
+    } cases[] = {{nullptr, output.get(), "input buffer is null"},
+                 {input.get(), nullptr, "output buffer is null"},
+                 {input.get(), input.get(), "one buffer"},
+                 {output.get(), input.get(), "input buffer does not have the size"},
+                 {p010.get(), output.get(), "input buffer does not have the format"},
+                 {tiled.get(), output.get(), "input buffer does not have the format"},
+                 {input.get(), rgba.get(), "output buffer does not have the format"}};
+    const Handle scaler = makeScaler(kDepths[1], from, to);
+    for (const auto& [in, out, cause] : cases) {
+        const LogCapture log;
+        EXPECT_FALSE(scale(scaler.get(), in, out)) << cause;
+        EXPECT_TRUE(log.contains(ANDROID_LOG_ERROR, "CLScaler", cause)) << cause;
+    }
+    EXPECT_TRUE(scale(scaler.get(), input.get(), output.get()));
+    const LogCapture log;
+    EXPECT_FALSE(scale(nullptr, input.get(), output.get()));
+    EXPECT_TRUE(log.contains(ANDROID_LOG_ERROR, "CLScaler", "scaler is null"));
+}
+
+TEST(CLScalerTest, EntryPointsAreFoundByName) {
+    void* library = dlopen("libvexcolor.so", RTLD_NOW | RTLD_NODELETE);
+    ASSERT_NE(library, nullptr) << dlerror();
+    EXPECT_EQ(dlsym(library, "createScaler"), reinterpret_cast<void*>(&createScaler));
+    EXPECT_EQ(dlsym(library, "scale"), reinterpret_cast<void*>(&scale));
+    EXPECT_EQ(dlsym(library, "destroyScaler"), reinterpret_cast<void*>(&destroyScaler));
+    dlclose(library);
+}
+
+}  // namespace
+}  // namespace cl
