@@ -117,7 +117,7 @@ void* RefBase::operator new(size_t bytes) {
 }
 
 void* RefBase::operator new(size_t bytes, const std::nothrow_t&) noexcept {
-    return host::BlockPool::allocate(bytes);
+    return host::BlockPool::tryAllocate(bytes);
 }
 
 void* RefBase::operator new(size_t bytes, std::align_val_t alignment) {

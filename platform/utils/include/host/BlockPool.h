@@ -18,6 +18,8 @@ public:
 
     // `bytes` of memory aligned for any scalar type; throws bad_alloc as operator new does.
     static void* allocate(size_t bytes);
+    // The same, but null where there is no memory.
+    static void* tryAllocate(size_t bytes) noexcept;
     // Takes back what allocate(bytes) gave, on any thread; null is let pass.
     static void free(void* block, size_t bytes) noexcept;
 };
