@@ -9,9 +9,12 @@
 #include <cstdlib>
 #include <memory>
 #include <new>
+#include <optional>
 #include <thread>
+#include <vector>
 
 #include <linux/futex.h>
+#include <sys/resource.h>
 #include <sys/syscall.h>
 #include <unistd.h>
 
@@ -57,19 +60,30 @@ using android::wp;
 
 constexpr uint32_t kWhat = 1;
 
-// Shows heap calls per item from its construction on.
-class HeapCalls {
+uint64_t sleepsOfProcess() {
+    rusage usage{};
+    getrusage(RUSAGE_SELF, &usage);
+    return static_cast<uint64_t>(usage.ru_nvcsw);
+}
+
+// Shows the process's heap calls and sleeps per item from its construction on.
+class Costs {
 public:
-    explicit HeapCalls(benchmark::State& state) : mState(state) {}
-    ~HeapCalls() {
-        const auto calls = static_cast<double>(gHeapCalls.load() - mBefore);
-        mState.counters["heap/item"] =
-            benchmark::Counter(calls, benchmark::Counter::kAvgIterations);
+    explicit Costs(benchmark::State& state) : mState(state) {}
+    ~Costs() {
+        show("heap/item", gHeapCalls.load() - mHeapBefore);
+        show("sleeps/item", sleepsOfProcess() - mSleepsBefore);
     }
 
 private:
+    void show(const char* name, uint64_t count) {
+        mState.counters[name] =
+            benchmark::Counter(static_cast<double>(count), benchmark::Counter::kAvgIterations);
+    }
+
     benchmark::State& mState;
-    const uint64_t mBefore = gHeapCalls.load();
+    const uint64_t mHeapBefore = gHeapCalls.load();
+    const uint64_t mSleepsBefore = sleepsOfProcess();
 };
 
 struct Thing : RefBase {
@@ -96,7 +110,7 @@ void weakPromote(benchmark::State& state) {
 BENCHMARK(weakPromote);
 
 void objectLife(benchmark::State& state) {
-    const HeapCalls heap(state);
+    const Costs costs(state);
     for (auto _ : state)
         benchmark::DoNotOptimize(sp<Thing>::make().get());
 }
@@ -104,7 +118,7 @@ BENCHMARK(objectLife);
 
 // A buffer's metadata as a stage sees it.
 sp<AMessage> makeMeta() {
-    const auto meta = sp<AMessage>::make();
+    auto meta = sp<AMessage>::make();
     meta->setInt32("bufferId", 1);
     meta->setInt32("surfaceId", 2);
     meta->setInt64("timeUs", 3);
@@ -140,7 +154,7 @@ void messageSet(benchmark::State& state) {
 BENCHMARK(messageSet);
 
 void messageLifeOfFiveValues(benchmark::State& state) {
-    const HeapCalls heap(state);
+    const Costs costs(state);
     for (auto _ : state)
         benchmark::DoNotOptimize(makeMeta().get());
 }
@@ -148,7 +162,7 @@ BENCHMARK(messageLifeOfFiveValues);
 
 void messageDup(benchmark::State& state) {
     const auto meta = makeMeta();
-    const HeapCalls heap(state);
+    const Costs costs(state);
     for (auto _ : state)
         benchmark::DoNotOptimize(meta->dup().get());
 }
@@ -206,7 +220,7 @@ void postAndHandle(benchmark::State& state) {
     constexpr int64_t kMessages = 10'000;
     Loop loop;
     loop.counter->postsItself = true;
-    const HeapCalls heap(state);
+    const Costs costs(state);
     while (state.KeepRunningBatch(kMessages)) {
         loop.counter->expect(kMessages);
         loop.counter->send();
@@ -214,29 +228,32 @@ void postAndHandle(benchmark::State& state) {
     }
     state.SetItemsProcessed(state.iterations());
 }
-BENCHMARK(postAndHandle)->UseRealTime();
+BENCHMARK(postAndHandle)->MeasureProcessCPUTime()->UseRealTime();
 
-// Other threads feed the loop; none runs further ahead of it than a queue of realistic length.
+// Threads post to one loop as fast as they can, each waiting for its messages now and then, so
+// that no more are under way than the block pool keeps.
 void feedBusyLoop(benchmark::State& state) {
-    constexpr int64_t kAhead = 256;
-    static std::unique_ptr<Loop> loop;
-    static std::atomic<int64_t> posted;
+    constexpr int64_t kUnderWay = 256;
+    static sp<ALooper> looper;
     if (state.thread_index() == 0) {
-        loop = std::make_unique<Loop>();
-        posted = 0;
-        loop->counter->expect(1'000'000'000'000);
+        looper = sp<ALooper>::make();
+        looper->start();
     }
-    const int64_t start = 1'000'000'000'000;
-    for (auto _ : state) {
-        const int64_t mine = posted.fetch_add(1, std::memory_order_relaxed);
-        while (mine - (start - loop->counter->left()) > kAhead) {
+    const auto counter = sp<Counter>::make();
+    std::optional<Costs> costs;
+    while (state.KeepRunningBatch(kUnderWay)) {
+        if (counter->id() == 0) {
+            looper->registerHandler(counter);
+            if (state.thread_index() == 0) costs.emplace(state);
         }
-        loop->counter->send();
+        counter->expect(kUnderWay);
+        for (int64_t i = 0; i < kUnderWay; ++i)
+            counter->send();
+        counter->waitForAll();
     }
-    state.SetItemsProcessed(state.iterations());
-    if (state.thread_index() == 0) loop.reset();
+    if (state.thread_index() == 0) looper.clear();
 }
-BENCHMARK(feedBusyLoop)->Threads(1)->Threads(2)->Threads(4)->UseRealTime();
+BENCHMARK(feedBusyLoop)->ThreadRange(1, 4)->MeasureProcessCPUTime()->UseRealTime();
 
 // One message to a loop that sleeps, and back to this thread, which sleeps meanwhile.
 void handOffAndBack(benchmark::State& state) {
@@ -247,7 +264,7 @@ void handOffAndBack(benchmark::State& state) {
         loop.counter->waitForAll();
     }
 }
-BENCHMARK(handOffAndBack)->UseRealTime();
+BENCHMARK(handOffAndBack)->MeasureProcessCPUTime()->UseRealTime();
 
 void futexWake(std::atomic<uint32_t>& word) {
     syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
@@ -286,7 +303,7 @@ void futexPingPong(benchmark::State& state) {
     futexWake(ball);
     other.join();
 }
-BENCHMARK(futexPingPong)->UseRealTime();
+BENCHMARK(futexPingPong)->MeasureProcessCPUTime()->UseRealTime();
 
 void logBelowThreshold(benchmark::State& state) {
     int value = 0;

@@ -4,6 +4,7 @@
 #include <media/stagefright/foundation/AHandler.h>
 #include <media/stagefright/foundation/ALooper.h>
 
+#include <mutex>
 #include <utility>
 
 namespace android {

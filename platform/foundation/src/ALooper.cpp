@@ -17,6 +17,9 @@ namespace android {
 ALooper::ALooper() : mCore(sp<host::LooperCore>::make()) {}
 
 ALooper::~ALooper() {
+    const auto handlers = mCore->takeHandlers();
+    for (size_t i = 0; i < handlers.size(); ++i)
+        unbind(handlers.valueAt(i), handlers.keyAt(i));
     mCore->queue.close();
     if (!finishDriver()) mCore->queue.drop();
 }
@@ -105,7 +108,11 @@ ALooper::handler_id ALooper::registerHandler(const sp<AHandler>& handler) {
 }
 
 void ALooper::unregisterHandler(handler_id id) {
-    const sp<AHandler> handler = mCore->takeHandler(id).promote();
+    unbind(mCore->takeHandler(id), id);
+}
+
+void ALooper::unbind(const wp<AHandler>& weak, handler_id id) {
+    const sp<AHandler> handler = weak.promote();
     if (handler != nullptr) handler->replaceRegistration(id, nullptr);
 }
 

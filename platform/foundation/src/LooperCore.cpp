@@ -1,6 +1,8 @@
 // The handlers of a looper.
 #include "LooperCore.h"
 
+#include <utility>
+
 namespace android::host {
 
 void LooperCore::addHandler(AHandler::handler_id id, const wp<AHandler>& handler) {
@@ -15,6 +17,11 @@ wp<AHandler> LooperCore::takeHandler(AHandler::handler_id id) {
     wp<AHandler> handler = mHandlers.valueAt(static_cast<size_t>(index));
     mHandlers.removeItemsAt(static_cast<size_t>(index));
     return handler;
+}
+
+LooperCore::Handlers LooperCore::takeHandlers() {
+    const std::lock_guard lock(mLock);
+    return std::exchange(mHandlers, {});
 }
 
 }  // namespace android::host

@@ -19,10 +19,13 @@ public:
     void addHandler(AHandler::handler_id id, const wp<AHandler>& handler);
     // The handler that was registered under the id, null if there is none. It is forgotten.
     wp<AHandler> takeHandler(AHandler::handler_id id);
+    // All of them, by id; they are forgotten.
+    using Handlers = KeyedVector<AHandler::handler_id, wp<AHandler>>;
+    Handlers takeHandlers();
 
 private:
     std::mutex mLock;
-    KeyedVector<AHandler::handler_id, wp<AHandler>> mHandlers;  // guarded by mLock
+    Handlers mHandlers;  // guarded by mLock
 };
 
 // The bond of one handler with one looper, shared by the handler and all messages made for it.

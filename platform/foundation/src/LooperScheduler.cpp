@@ -26,11 +26,11 @@ int64_t LooperScheduler::nowUs() const {
 
 bool LooperScheduler::runOne() {
     LOG_ALWAYS_FATAL_IF(mLoops->current != nullptr, "runOne() from within a message");
-    std::vector<ScheduledLoop*> due;
-    std::copy_if(mLoops->loops.begin(), mLoops->loops.end(), std::back_inserter(due),
+    mDue.clear();
+    std::copy_if(mLoops->loops.begin(), mLoops->loops.end(), std::back_inserter(mDue),
                  [now = nowUs()](ScheduledLoop* loop) { return loop->nextDueUs() <= now; });
-    if (due.empty()) return false;
-    const sp<ScheduledLoop> chosen(due[mRandom() % due.size()]);
+    if (mDue.empty()) return false;
+    const sp<ScheduledLoop> chosen(mDue[mRandom() % mDue.size()]);
     chosen->handleNext();
     return true;
 }

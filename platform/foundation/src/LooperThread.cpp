@@ -25,7 +25,7 @@ constexpr size_t kKernelNameLength = 15;
 // Threading: thread-safe.
 class Orphans {
 public:
-    ~Orphans() { joinAll(std::move(mThreads)); }
+    ~Orphans() { joinAll(mThreads); }
 
     void adopt(sp<LooperThread> thread) {
         std::vector<sp<LooperThread>> ended;
@@ -35,11 +35,11 @@ public:
         std::move(firstEnded, mThreads.end(), std::back_inserter(ended));
         mThreads.erase(firstEnded, mThreads.end());
         mThreads.push_back(std::move(thread));
-        joinAll(std::move(ended));
+        joinAll(ended);
     }
 
 private:
-    static void joinAll(std::vector<sp<LooperThread>> threads) {
+    static void joinAll(const std::vector<sp<LooperThread>>& threads) {
         for (const auto& thread : threads)
             thread->join();
     }
@@ -55,8 +55,8 @@ Orphans& orphans() {
 
 }  // namespace
 
-LooperThread::LooperThread(const sp<LooperCore>& core, std::string name, int32_t priority)
-    : mCore(core), mName(std::move(name), 0, kKernelNameLength), mPriority(priority) {}
+LooperThread::LooperThread(const sp<LooperCore>& core, const std::string& name, int32_t priority)
+    : mCore(core), mName(name, 0, kKernelNameLength), mPriority(priority) {}
 
 status_t LooperThread::start() {
     incStrong(this);  // the thread's own reference

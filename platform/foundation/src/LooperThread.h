@@ -16,7 +16,7 @@ namespace android::host {
 // Threading: thread-safe.
 class LooperThread : public LoopDriver {
 public:
-    LooperThread(const sp<LooperCore>& core, std::string name, int32_t priority);
+    LooperThread(const sp<LooperCore>& core, const std::string& name, int32_t priority);
 
     // Runs the queue on a new thread: OK, or UNKNOWN_ERROR when there is none to be had.
     status_t start();

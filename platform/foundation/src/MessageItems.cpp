@@ -1,34 +1,28 @@
-// In-place storage and search of a message's values.
+// Storage and search of a message's values.
 #include <host/MessageItems.h>
-#include <media/stagefright/foundation/ABuffer.h>
 #include <media/stagefright/foundation/AMessage.h>
 
 #include <memory>
-#include <new>
 #include <utility>
 
 namespace android::host {
 
-MessageItems::~MessageItems() {
-    clear();
+template <typename... Args>
+MessageItem& MessageItems::append(Args&&... args) {
+    if (mInlineCount == kInline) return mMore.emplace_back(std::forward<Args>(args)...);
+    MessageItem* item = std::construct_at(&mInline[mInlineCount], std::forward<Args>(args)...);
+    ++mInlineCount;
+    return *item;
 }
 
-MessageItem* MessageItems::inlineItem(size_t index) {
-    return std::launder(reinterpret_cast<MessageItem*>(mInline.data())) + index;
-}
-
-const MessageItem* MessageItems::inlineItem(size_t index) const {
-    return std::launder(reinterpret_cast<const MessageItem*>(mInline.data())) + index;
-}
-
-const MessageItem& MessageItems::at(size_t index) const {
-    return index < kInline ? *inlineItem(index) : mMore[index - kInline];
+MessageValue& MessageItems::slotFor(std::string_view name) {
+    const MessageValue* present = find(name);
+    return present != nullptr ? const_cast<MessageValue&>(*present) : append(name).value;
 }
 
 const MessageValue* MessageItems::find(std::string_view name) const {
     for (size_t i = 0; i < mInlineCount; ++i) {
-        const MessageItem* item = inlineItem(i);
-        if (item->name == name) return &item->value;
+        if (mInline[i].name == name) return &mInline[i].value;
     }
     for (const MessageItem& item : mMore) {
         if (item.name == name) return &item.value;
@@ -36,23 +30,15 @@ const MessageValue* MessageItems::find(std::string_view name) const {
     return nullptr;
 }
 
-void MessageItems::set(std::string_view name, MessageValue value) {
-    if (const MessageValue* present = find(name)) {
-        // The old value goes last: its destructor may look at this message.
-        std::swap(*const_cast<MessageValue*>(present), value);
-    } else if (mInlineCount < kInline) {
-        void* place = mInline.data() + mInlineCount * sizeof(MessageItem);
-        new (place) MessageItem{std::string(name), std::move(value)};
-        ++mInlineCount;
-    } else {
-        mMore.push_back({std::string(name), std::move(value)});
-    }
+void MessageItems::add(const ItemName& name, const MessageValue& value) {
+    append(name, value);
 }
 
 void MessageItems::clear() {
-    mMore.clear();
+    while (!mMore.empty())
+        mMore.pop_back();
     while (mInlineCount > 0)
-        std::destroy_at(inlineItem(--mInlineCount));
+        std::destroy_at(&mInline[--mInlineCount]);
 }
 
 }  // namespace android::host

@@ -23,11 +23,6 @@ static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__ && sizeof(std::atomic<vo
 constexpr int64_t kUsPerSecond = 1'000'000;
 constexpr int64_t kNsPerUs = 1'000;
 
-int64_t timeAfter(int64_t delayUs) {
-    const int64_t nowUs = ALooper::GetNowUs();
-    return delayUs < MessageQueue::kNever - nowUs ? nowUs + delayUs : MessageQueue::kNever - 1;
-}
-
 // False once the time is over.
 bool sleepOn(const void* word, uint32_t value, int64_t untilUs) {
     const timespec until{untilUs / kUsPerSecond, untilUs % kUsPerSecond * kNsPerUs};
@@ -49,23 +44,32 @@ MessageQueue::~MessageQueue() {
     drop();
 }
 
-bool MessageQueue::push(sp<AMessage> message, int64_t delayUs) {
+bool MessageQueue::push(sp<AMessage>& message, int64_t delayUs) {
     const bool delayed = delayUs > 0;
     if (delayed) mDelayed.fetch_add(1, std::memory_order_relaxed);
-    const bool timed = mDelayed.load(std::memory_order_relaxed) != 0;
-    const int64_t dueUs = timed ? timeAfter(std::max<int64_t>(delayUs, 0)) : 0;
-    std::unique_ptr<Node> node(new Node{nullptr, std::move(message), dueUs, delayed});
+    std::unique_ptr<Node> node(new Node{nullptr, std::move(message), dueTime(delayUs), delayed});
+    if (pushNode(node.get())) {
+        (void)node.release();
+        return true;
+    }
+    if (delayed) mDelayed.fetch_sub(1, std::memory_order_relaxed);
+    message = std::move(node->message);
+    return false;
+}
 
+int64_t MessageQueue::dueTime(int64_t delayUs) {
+    if (mDelayed.load(std::memory_order_relaxed) == 0) return 0;
+    const int64_t nowUs = ALooper::GetNowUs();
+    return nowUs + std::clamp<int64_t>(delayUs, 0, kNever - 1 - nowUs);
+}
+
+bool MessageQueue::pushNode(Node* node) {
     Node* top = mTop.load(std::memory_order_relaxed);
     do {
-        if (top == closed()) {
-            if (delayed) mDelayed.fetch_sub(1, std::memory_order_relaxed);
-            return false;
-        }
+        if (top == closed()) return false;
         node->next = top == sleeping() ? nullptr : top;
-    } while (!mTop.compare_exchange_weak(top, node.get(), std::memory_order_release,
+    } while (!mTop.compare_exchange_weak(top, node, std::memory_order_release,
                                          std::memory_order_relaxed));
-    (void)node.release();
     if (top == sleeping()) wakeSleeper(&mTop);
     return true;
 }
@@ -110,27 +114,33 @@ void MessageQueue::waitUntil(int64_t dueUs) {
 }
 
 void MessageQueue::drop() {
+    addAll(std::exchange(mLeft, nullptr));
     while (mFront != nullptr)
         delete popFront();
     while (!mHeap.empty())
         delete popHeap();
-    destroy(std::exchange(mLeft, nullptr));
 }
 
-// Takes what was pushed, newest first, and hands it on in posting order.
+// Takes everything that was pushed.
 void MessageQueue::collect() {
     Node* top = mTop.load(std::memory_order_relaxed);
     do {
         if (top == nullptr || top == closed()) return;
     } while (!mTop.compare_exchange_weak(top, nullptr, std::memory_order_acquire,
                                          std::memory_order_relaxed));
-    Node* oldest = nullptr;
-    while (top != nullptr) {
-        Node* next = std::exchange(top->next, oldest);
-        oldest = std::exchange(top, next);
+    addAll(top);
+}
+
+void MessageQueue::addAll(Node* newestFirst) {
+    Node* oldestFirst = nullptr;
+    while (newestFirst != nullptr) {
+        Node* next = std::exchange(newestFirst->next, oldestFirst);
+        oldestFirst = std::exchange(newestFirst, next);
     }
-    while (oldest != nullptr)
-        add(std::exchange(oldest, oldest->next));
+    while (oldestFirst != nullptr) {
+        Node* next = oldestFirst->next;
+        add(std::exchange(oldestFirst, next));
+    }
 }
 
 void MessageQueue::add(Node* node) {
@@ -173,11 +183,6 @@ MessageQueue::Node* MessageQueue::popHeap() {
     mHeap.pop_back();
     mDelayed.fetch_sub(1, std::memory_order_relaxed);
     return node;
-}
-
-void MessageQueue::destroy(Node* list) {
-    while (list != nullptr)
-        delete std::exchange(list, list->next);
 }
 
 }  // namespace android::host

@@ -27,9 +27,9 @@ public:
     MessageQueue(const MessageQueue&) = delete;
     MessageQueue& operator=(const MessageQueue&) = delete;
 
-    // False, and the message is dropped, when the queue is closed. The queue may be gone when
-    // this returns, if only the message kept it.
-    bool push(sp<AMessage> message, int64_t delayUs);
+    // Takes the message over; false, and the message stays, when the queue is closed. Once the
+    // message is taken the queue may be gone at any time, if only the message kept it.
+    bool push(sp<AMessage>& message, int64_t delayUs);
     // No message is taken in or handed out from here on; wakes the consumer.
     void close();
 
@@ -60,9 +60,11 @@ private:
     static Node* sleeping() { return reinterpret_cast<Node*>(1); }
     static Node* closed() { return reinterpret_cast<Node*>(2); }
     static bool isLater(const Node* a, const Node* b);
-    static void destroy(Node* list);
 
+    int64_t dueTime(int64_t delayUs);
+    bool pushNode(Node* node);
     void collect();
+    void addAll(Node* newestFirst);
     void add(Node* node);
     bool isHeapFirst() const;
     sp<AMessage> take();

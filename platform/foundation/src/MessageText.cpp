@@ -7,7 +7,6 @@
 #include <media/stagefright/foundation/AMessage.h>
 
 #include <algorithm>
-#include <cinttypes>
 #include <cstdio>
 
 namespace android {
@@ -25,38 +24,37 @@ std::string nameOf(uint32_t what) {
 
 namespace {
 
-template <typename... Args>
-std::string format(const char* pattern, Args... args) {
-    char text[160];
-    snprintf(text, sizeof(text), pattern, args...);
+std::string addressOf(const void* object) {
+    char text[32];
+    snprintf(text, sizeof(text), "%p", object);
     return text;
 }
 
 // One value as "type name = value".
 struct ItemText {
-    const char* name;
+    std::string name;
     int32_t indent;
 
     std::string operator()(int32_t value) const {
-        return format("int32_t %s = %" PRId32, name, value);
+        return "int32_t " + name + " = " + std::to_string(value);
     }
     std::string operator()(int64_t value) const {
-        return format("int64_t %s = %" PRId64, name, value);
-    }
-    std::string operator()(const sp<RefBase>& object) const {
-        return format("RefBase *%s = %p", name, static_cast<const void*>(object.get()));
-    }
-    std::string operator()(const sp<ABuffer>& buffer) const {
-        if (buffer == nullptr) return format("Buffer %s = null", name);
-        return format("Buffer %s = %zu bytes", name, buffer->size());
-    }
-    std::string operator()(const sp<AMessage>& message) const {
-        if (message == nullptr) return format("AMessage %s = null", name);
-        return format("AMessage %s = ", name) + message->debugString(indent);
+        return "int64_t " + name + " = " + std::to_string(value);
     }
     std::string operator()(const RectValue& rect) const {
-        return format("Rect %s(%d, %d, %d, %d)", name, rect.left, rect.top, rect.right,
-                      rect.bottom);
+        return "Rect " + name + "(" + std::to_string(rect.left) + ", " + std::to_string(rect.top) +
+               ", " + std::to_string(rect.right) + ", " + std::to_string(rect.bottom) + ")";
+    }
+    std::string operator()(const sp<RefBase>& object) const {
+        return "RefBase *" + name + " = " + (object != nullptr ? addressOf(object.get()) : "null");
+    }
+    std::string operator()(const sp<ABuffer>& buffer) const {
+        return "Buffer " + name + " = " +
+               (buffer != nullptr ? std::to_string(buffer->size()) + " bytes" : "null");
+    }
+    std::string operator()(const sp<AMessage>& message) const {
+        return "AMessage " + name + " = " +
+               (message != nullptr ? message->debugString(indent) : "null");
     }
 };
 
@@ -70,7 +68,7 @@ std::string AMessage::debugString(int32_t indent) const {
     if (mTarget != nullptr) text += ", target = " + std::to_string(mTarget->id);
     text += ") = {\n";
     for (size_t i = 0; i < mItems.size(); ++i) {
-        const auto& [name, value] = mItems.at(i);
+        const auto& [name, value] = mItems[i];
         text += margin + "  " + std::visit(host::ItemText{name.c_str(), indent + kStep}, value);
         text += "\n";
     }

@@ -16,7 +16,7 @@ std::optional<int64_t> ScheduledLoop::virtualNowUs() {
 sp<ScheduledLoop> ScheduledLoop::attach(const sp<LooperCore>& core) {
     ScheduledLoops* loops = ScheduledLoops::installed.load(std::memory_order_acquire);
     if (loops == nullptr) return nullptr;
-    const auto loop = sp<ScheduledLoop>::make(core, loops);
+    auto loop = sp<ScheduledLoop>::make(core, loops);
     loops->loops.push_back(loop.get());
     return loop;
 }

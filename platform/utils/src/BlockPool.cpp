@@ -1,5 +1,6 @@
 // Per-thread stocks of free blocks and the depot behind them.
 #include <host/BlockPool.h>
+#include <host/SpinLock.h>
 
 #include <array>
 #include <cstdint>
@@ -57,7 +58,7 @@ public:
     constexpr Depot() = default;
 
     FreeBlock* take() {
-        const std::unique_lock lock = acquire();
+        const std::lock_guard lock(mLock);
         if (mTop == nullptr) return nullptr;
         mBlocks -= mTop->count;
         return std::exchange(mTop, mTop->nextBatch);
@@ -66,7 +67,7 @@ public:
     void give(FreeBlock* batch, uint32_t count, size_t blockBytes) {
         batch->count = count;
         {
-            const std::unique_lock lock = acquire();
+            const std::lock_guard lock(mLock);
             if ((mBlocks + count) * blockBytes <= kDepotBytes) {
                 mBlocks += count;
                 batch->nextBatch = std::exchange(mTop, batch);
@@ -77,17 +78,7 @@ public:
     }
 
 private:
-    // The lock is held for a few instructions, so another try is cheaper than a sleep.
-    std::unique_lock<std::mutex> acquire() {
-        constexpr int kTries = 100;
-        std::unique_lock lock(mLock, std::try_to_lock);
-        for (int i = 0; i < kTries && !lock.owns_lock(); ++i)
-            (void)lock.try_lock();
-        if (!lock.owns_lock()) lock.lock();
-        return lock;
-    }
-
-    std::mutex mLock;
+    SpinLock mLock;
     FreeBlock* mTop = nullptr;  // guarded by mLock
     size_t mBlocks = 0;         // guarded by mLock
 };
@@ -100,17 +91,15 @@ constinit std::array<Depot, kClasses> gDepots{};
 class Stock {
 public:
     void* pop(size_t sizeClass) {
-        if (mTop == nullptr && !refill(sizeClass)) return newBlock(sizeClass);
+        if (mTop == nullptr && !refill(sizeClass)) [[unlikely]]
+            return newBlock(sizeClass);
         --mCount;
         return std::exchange(mTop, mTop->next);
     }
 
     void push(void* memory, size_t sizeClass) {
-        if (mCount == kBatchBlocks) {
-            if (mReserve != nullptr) give(mReserve, kBatchBlocks, sizeClass);
-            mReserve = std::exchange(mTop, nullptr);
-            mCount = 0;
-        }
+        if (mCount == kBatchBlocks) [[unlikely]]
+            putAside(sizeClass);
         mTop = new (memory) FreeBlock{mTop, nullptr, 0};
         ++mCount;
     }
@@ -122,7 +111,13 @@ public:
     }
 
 private:
-    bool refill(size_t sizeClass) {
+    [[gnu::noinline]] void putAside(size_t sizeClass) {
+        if (mReserve != nullptr) give(mReserve, kBatchBlocks, sizeClass);
+        mReserve = std::exchange(mTop, nullptr);
+        mCount = 0;
+    }
+
+    [[gnu::noinline]] bool refill(size_t sizeClass) {
         mTop = std::exchange(mReserve, nullptr);
         mCount = kBatchBlocks;
         if (mTop != nullptr) return true;
@@ -158,7 +153,7 @@ struct StocksOwner {
 };
 
 // The thread's stocks; null while the thread ends.
-Stocks* openStocks() {
+[[gnu::noinline]] Stocks* openStocks() {
     if (tEnding) return nullptr;
     thread_local StocksOwner owner;
     tStocks = &owner.stocks;

@@ -11,6 +11,10 @@ RefBase::RefBase() : mRefs(new weakref_type(this)) {}
 
 RefBase::~RefBase() {
     const uint64_t counts = mRefs->mCounts.load(std::memory_order_acquire);
+    if (counts == kWeakOne) [[likely]] {
+        delete mRefs;
+        return;
+    }
     const uint32_t strong = strongOf(counts);
     LOG_ALWAYS_FATAL_IF(strong != 0 && strong != kNeverHeld,
                         "%p destroyed while %u strong references hold it", static_cast<void*>(this),
@@ -44,16 +48,18 @@ void RefBase::onLastWeakRef(const void*) {}
 
 int32_t RefBase::getStrongCount() const {
     const uint32_t strong = strongOf(mRefs->mCounts.load(std::memory_order_acquire));
-    return static_cast<int32_t>(strong >= kNeverHeld ? strong - kNeverHeld : strong);
+    return strong == kNeverHeld ? 0 : static_cast<int32_t>(strong);
 }
 
-void RefBase::onUnusualInc(uint32_t strongBefore) const {
-    LOG_ALWAYS_FATAL_IF(strongBefore == 0, "strong reference taken to %p after the last one went",
-                        static_cast<const void*>(this));
-    if (strongBefore != kNeverHeld) return;
-    const uint64_t share = mRefs->mExtended ? kWeakOne : 0;
-    mRefs->mCounts.fetch_add(share - kNeverHeld, std::memory_order_relaxed);
-    const_cast<RefBase*>(this)->onFirstRef();
+void RefBase::onFirstStrong() const {
+    const uint32_t before = mRefs->addStrong();
+    if (before == 0) onStrongAfterLast();
+    if (before == kNeverHeld) const_cast<RefBase*>(this)->onFirstRef();
+}
+
+void RefBase::onStrongAfterLast() const {
+    LOG_ALWAYS_FATAL("strong reference taken to %p after the last one went",
+                     static_cast<const void*>(this));
 }
 
 void RefBase::onLastStrong(const void* id) const {
@@ -70,27 +76,40 @@ int32_t RefBase::weakref_type::getWeakCount() const {
     return static_cast<int32_t>(weakOf(mCounts.load(std::memory_order_relaxed)));
 }
 
+// The strong count before; an object that is gone (0, and no extended lifetime) stays gone. The
+// first strong holder of an object with extended lifetime brings the holders' weak share.
+uint32_t RefBase::weakref_type::addStrong() {
+    uint64_t counts = mCounts.load(std::memory_order_relaxed);
+    uint64_t next = 0;
+    do {
+        const uint32_t strong = strongOf(counts);
+        if (strong == 0 && !mExtended) return 0;
+        const bool first = strong == 0 || strong == kNeverHeld;
+        next = counts - strong + (strong == kNeverHeld ? 1 : strong + 1);
+        if (first && mExtended) next += kWeakOne;
+    } while (!mCounts.compare_exchange_weak(counts, next, std::memory_order_relaxed));
+    return strongOf(counts);
+}
+
 bool RefBase::weakref_type::attemptIncStrong(const void* id) {
     uint64_t counts = mCounts.load(std::memory_order_relaxed);
     do {
         const uint32_t strong = strongOf(counts);
-        if (mExtended && (strong == 0 || strong == kNeverHeld)) return revive(id);
-        if (strong == 0) return false;
+        if (strong == 0 || strong == kNeverHeld) [[unlikely]]
+            return revive(id);
     } while (!mCounts.compare_exchange_weak(counts, counts + 1, std::memory_order_relaxed));
-    if (strongOf(counts) == kNeverHeld) mBase->onUnusualInc(kNeverHeld);
     return true;
 }
 
+// For an object that nobody holds strongly, or not yet.
 bool RefBase::weakref_type::revive(const void* id) {
-    if (!mBase->onIncStrongAttempted(FIRST_INC_STRONG, id)) return false;
-    const uint32_t before = strongOf(mCounts.fetch_add(1 + kWeakOne, std::memory_order_relaxed));
-    if (before == 0) return true;
-    // The share of the strong holders is there already, or comes with the first reference.
-    mCounts.fetch_sub(kWeakOne, std::memory_order_relaxed);
+    if (mExtended && !mBase->onIncStrongAttempted(FIRST_INC_STRONG, id)) return false;
+    const uint32_t before = addStrong();
+    if (before == 0) return mExtended;
     if (before == kNeverHeld) {
-        mBase->onUnusualInc(kNeverHeld);
-    } else {
-        mBase->onLastStrongRef(id);
+        mBase->onFirstRef();
+    } else if (mExtended) {
+        mBase->onLastStrongRef(id);  // another thread was first: evens out the attempt
     }
     return true;
 }

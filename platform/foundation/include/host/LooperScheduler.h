@@ -6,9 +6,11 @@
 #include <cstddef>
 #include <cstdint>
 #include <random>
+#include <vector>
 
 namespace android::host {
 
+class ScheduledLoop;
 class ScheduledLoops;
 
 // While it exists, ALooper::start() makes no thread but attaches to it, and ALooper::GetNowUs() is
@@ -40,6 +42,7 @@ private:
     const uint64_t mSeed;
     std::mt19937_64 mRandom;
     const sp<ScheduledLoops> mLoops;
+    std::vector<ScheduledLoop*> mDue;  // of use within runOne() only
 };
 
 }  // namespace android::host

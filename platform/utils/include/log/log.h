@@ -10,27 +10,27 @@
 #endif
 
 // Below the threshold a call is one compare: its arguments are not evaluated.
-#define ALOG_AT(priority, ...)                                   \
+#define PLEXA_LOG(priority, ...)                                 \
     do {                                                         \
         if (android::host::isLogged(priority)) [[unlikely]]      \
             __android_log_print(priority, LOG_TAG, __VA_ARGS__); \
     } while (false)
 
-#define ALOGV(...) ALOG_AT(ANDROID_LOG_VERBOSE, __VA_ARGS__)
-#define ALOGD(...) ALOG_AT(ANDROID_LOG_DEBUG, __VA_ARGS__)
-#define ALOGI(...) ALOG_AT(ANDROID_LOG_INFO, __VA_ARGS__)
-#define ALOGW(...) ALOG_AT(ANDROID_LOG_WARN, __VA_ARGS__)
-#define ALOGE(...) ALOG_AT(ANDROID_LOG_ERROR, __VA_ARGS__)
+#define ALOGV(...) PLEXA_LOG(ANDROID_LOG_VERBOSE, __VA_ARGS__)
+#define ALOGD(...) PLEXA_LOG(ANDROID_LOG_DEBUG, __VA_ARGS__)
+#define ALOGI(...) PLEXA_LOG(ANDROID_LOG_INFO, __VA_ARGS__)
+#define ALOGW(...) PLEXA_LOG(ANDROID_LOG_WARN, __VA_ARGS__)
+#define ALOGE(...) PLEXA_LOG(ANDROID_LOG_ERROR, __VA_ARGS__)
 
-#define ALOGV_IF(condition, ...) ALOG_AT_IF(condition, ANDROID_LOG_VERBOSE, __VA_ARGS__)
-#define ALOGD_IF(condition, ...) ALOG_AT_IF(condition, ANDROID_LOG_DEBUG, __VA_ARGS__)
-#define ALOGI_IF(condition, ...) ALOG_AT_IF(condition, ANDROID_LOG_INFO, __VA_ARGS__)
-#define ALOGW_IF(condition, ...) ALOG_AT_IF(condition, ANDROID_LOG_WARN, __VA_ARGS__)
-#define ALOGE_IF(condition, ...) ALOG_AT_IF(condition, ANDROID_LOG_ERROR, __VA_ARGS__)
-#define ALOG_AT_IF(condition, priority, ...) \
-    do {                                     \
-        if (condition) [[unlikely]]          \
-            ALOG_AT(priority, __VA_ARGS__);  \
+#define ALOGV_IF(condition, ...) PLEXA_LOG_IF(condition, ANDROID_LOG_VERBOSE, __VA_ARGS__)
+#define ALOGD_IF(condition, ...) PLEXA_LOG_IF(condition, ANDROID_LOG_DEBUG, __VA_ARGS__)
+#define ALOGI_IF(condition, ...) PLEXA_LOG_IF(condition, ANDROID_LOG_INFO, __VA_ARGS__)
+#define ALOGW_IF(condition, ...) PLEXA_LOG_IF(condition, ANDROID_LOG_WARN, __VA_ARGS__)
+#define ALOGE_IF(condition, ...) PLEXA_LOG_IF(condition, ANDROID_LOG_ERROR, __VA_ARGS__)
+#define PLEXA_LOG_IF(condition, priority, ...) \
+    do {                                       \
+        if (condition) [[unlikely]]            \
+            PLEXA_LOG(priority, __VA_ARGS__);  \
     } while (false)
 
 // Logs the line as fatal and calls the aborter. Only for what our own code guarantees.

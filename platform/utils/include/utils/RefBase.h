@@ -33,6 +33,7 @@ public:
     private:
         friend class RefBase;
         explicit weakref_type(RefBase* base) : mBase(base) {}
+        uint32_t addStrong();
         bool revive(const void* id);
         void onLastWeak(const void* id);
         static void* operator new(size_t bytes);
@@ -84,21 +85,25 @@ private:
     // One 64-bit word holds both counts: weak in the upper half, strong in the lower. An object
     // that is held by nobody else is thus recognised with one load.
     static constexpr uint64_t kWeakOne = uint64_t{1} << 32;
-    // Added to the strong count until the first strong reference is taken.
+    // The strong count until the first strong reference is taken.
     static constexpr uint32_t kNeverHeld = 1U << 28;
 
     static uint32_t strongOf(uint64_t counts) { return static_cast<uint32_t>(counts); }
     static uint32_t weakOf(uint64_t counts) { return static_cast<uint32_t>(counts >> 32); }
-    void onUnusualInc(uint32_t strongBefore) const;
+    void onFirstStrong() const;
+    void onStrongAfterLast() const;
     void onLastStrong(const void* id) const;
 
     weakref_type* const mRefs;
 };
 
 inline void RefBase::incStrong(const void*) const {
-    const uint32_t before = strongOf(mRefs->mCounts.fetch_add(1, std::memory_order_relaxed));
-    if (before - 1 >= kNeverHeld - 1) [[unlikely]]
-        onUnusualInc(before);
+    std::atomic<uint64_t>& counts = mRefs->mCounts;
+    if (strongOf(counts.load(std::memory_order_relaxed)) == kNeverHeld) [[unlikely]] {
+        onFirstStrong();
+    } else if (strongOf(counts.fetch_add(1, std::memory_order_relaxed)) == 0) [[unlikely]] {
+        onStrongAfterLast();
+    }
 }
 
 inline void RefBase::decStrong(const void* id) const {

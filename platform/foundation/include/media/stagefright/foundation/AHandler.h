@@ -1,10 +1,10 @@
 // AHandler: receives messages on the thread of the looper it is registered with.
 #pragma once
 
+#include <host/SpinLock.h>
 #include <utils/RefBase.h>
 
 #include <cstdint>
-#include <mutex>
 
 namespace android {
 
@@ -44,7 +44,7 @@ private:
     // Replaces the registration of that id (0: none); false if it has another one by now.
     bool replaceRegistration(handler_id expected, sp<host::Registration> next);
 
-    mutable std::mutex mLock;
+    mutable host::SpinLock mLock;
     sp<host::Registration> mRegistration;  // guarded by mLock
 };
 

@@ -49,7 +49,8 @@ public:
     status_t stop();
 
     // Binds the handler to this looper: its id, above 0; BAD_VALUE for null, INVALID_OPERATION for
-    // one that is registered already. The looper does not keep the handler alive.
+    // one that is registered already. The looper does not keep the handler alive, and lets go of it
+    // when it goes itself.
     handler_id registerHandler(const sp<AHandler>& handler);
     // Unbinds it; an unknown id is let pass. Messages already made for it still reach it.
     void unregisterHandler(handler_id id);
@@ -68,6 +69,7 @@ private:
     // The driver before.
     sp<host::LoopDriver> setDriver(sp<host::LoopDriver> driver);
     bool finishDriver();
+    static void unbind(const wp<AHandler>& weak, handler_id id);
 
     std::string mName;
     const sp<host::LooperCore> mCore;

@@ -10,6 +10,8 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
+#include <utility>
+#include <variant>
 
 namespace android {
 
@@ -35,26 +37,31 @@ public:
     uint32_t what() const { return mWhat; }
     void setTarget(const sp<const AHandler>& handler);
 
-    void setInt32(const char* name, int32_t value);
-    void setInt64(const char* name, int64_t value);
-    void setObject(const char* name, sp<RefBase> object);
-    void setBuffer(const char* name, sp<ABuffer> buffer);
-    void setMessage(const char* name, sp<AMessage> message);
-    void setRect(const char* name, int32_t left, int32_t top, int32_t right, int32_t bottom);
+    // Names of up to 31 characters cost no heap call.
+    void setInt32(const char* name, int32_t value) { mItems.set(name, value); }
+    void setInt64(const char* name, int64_t value) { mItems.set(name, value); }
+    void setObject(const char* name, sp<RefBase> object) { mItems.set(name, std::move(object)); }
+    void setBuffer(const char* name, sp<ABuffer> buffer) { mItems.set(name, std::move(buffer)); }
+    void setMessage(const char* name, sp<AMessage> message) {
+        mItems.set(name, std::move(message));
+    }
+    void setRect(const char* name, int32_t left, int32_t top, int32_t right, int32_t bottom) {
+        mItems.set(name, host::RectValue{left, top, right, bottom});
+    }
 
-    bool findInt32(const char* name, int32_t* value) const;
-    bool findInt64(const char* name, int64_t* value) const;
-    bool findObject(const char* name, sp<RefBase>* object) const;
-    bool findBuffer(const char* name, sp<ABuffer>* buffer) const;
-    bool findMessage(const char* name, sp<AMessage>* message) const;
+    bool findInt32(const char* name, int32_t* value) const { return find(name, value); }
+    bool findInt64(const char* name, int64_t* value) const { return find(name, value); }
+    bool findObject(const char* name, sp<RefBase>* object) const { return find(name, object); }
+    bool findBuffer(const char* name, sp<ABuffer>* buffer) const { return find(name, buffer); }
+    bool findMessage(const char* name, sp<AMessage>* message) const { return find(name, message); }
     bool findRect(const char* name, int32_t* left, int32_t* top, int32_t* right,
                   int32_t* bottom) const;
 
     // Whether the name is there, with a value of any type.
-    bool contains(const char* name) const;
-    size_t countEntries() const;
+    bool contains(const char* name) const { return mItems.find(name) != nullptr; }
+    size_t countEntries() const { return mItems.size(); }
     // Removes every value; what and target stay.
-    void clear();
+    void clear() { mItems.clear(); }
 
     // A copy with the same what and target: messages inside are copied too, objects and buffers
     // are shared.
@@ -74,6 +81,14 @@ protected:
 private:
     friend class host::MessageQueue;
     void deliver(const sp<AMessage>& self);
+
+    template <typename T>
+    bool find(const char* name, T* value) const {
+        const host::MessageValue* item = mItems.find(name);
+        const T* found = item != nullptr ? std::get_if<T>(item) : nullptr;
+        if (found != nullptr) *value = *found;
+        return found != nullptr;
+    }
 
     uint32_t mWhat = 0;
     sp<host::Registration> mTarget;
