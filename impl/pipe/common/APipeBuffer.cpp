@@ -103,11 +103,9 @@ status_t APipeBuffer::getMappedParam(int* fd, uint8_t** address) {
     }
     const int first = getFd(0);
     if (mMappedAddr == nullptr) {
-        void* mapping = MAP_FAILED;
-        if (mSize > 0) {
-            mapping = mmap(nullptr, static_cast<size_t>(mSize), PROT_READ | PROT_WRITE, MAP_SHARED,
-                           first, 0);
-        }
+        // The -1 of a compressed format is more than there are addresses.
+        void* const mapping =
+            mmap(nullptr, static_cast<size_t>(mSize), PROT_READ | PROT_WRITE, MAP_SHARED, first, 0);
         if (mapping == MAP_FAILED) {
             ALOGE("getMappedParam mmap failed");
             return UNKNOWN_ERROR;
