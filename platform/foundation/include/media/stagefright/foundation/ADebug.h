@@ -33,7 +33,8 @@
 #define CHECK_GE(x, y) PLEXA_CHECK_OP(x, y, "GE", >=)
 #define CHECK_GT(x, y) PLEXA_CHECK_OP(x, y, "GT", >)
 
-#define TRESPASS(...) LOG_ALWAYS_FATAL("%s", PLEXA_CHECK_PLACE " Should not be here." __VA_ARGS__)
+#define TRESPASS(...) \
+    LOG_ALWAYS_FATAL("%s", PLEXA_CHECK_PLACE " Should not be here." __VA_OPT__(" ") __VA_ARGS__)
 
 namespace android::host {
 
