@@ -63,8 +63,11 @@ public:
     }
     void forget() { mNotices.set({}); }
 
+    // Hears nothing any more once this returns. For a test thread.
+    void stop() { mLooper->stop(); }
+
 protected:
-    ~ClientHandler() override { mLooper->stop(); }
+    ~ClientHandler() override { stop(); }
 
     void onMessageReceived(const android::sp<android::AMessage>& msg) override {
         int32_t tag = 0;
