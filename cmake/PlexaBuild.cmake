@@ -19,7 +19,9 @@ set_property(CACHE PLEXA_SANITIZER PROPERTY STRINGS "" address thread)
 
 find_program(PLEXA_CCACHE ccache)
 if(PLEXA_CCACHE)
-    set(CMAKE_CXX_COMPILER_LAUNCHER ${PLEXA_CCACHE})
+    # The cache takes precompiled headers only when told that their macros' times do not matter.
+    set(CMAKE_CXX_COMPILER_LAUNCHER
+        ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${PLEXA_CCACHE})
 endif()
 
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Werror)
