@@ -2,6 +2,7 @@
 #include "support/frames.h"
 
 #include <APipeBufferFactory.h>
+#include <APipeConverter.h>
 #include <system/graphics.h>
 #include <ui/GraphicBuffer.h>
 
@@ -95,6 +96,19 @@ Buffers linearFrames(int count, Size size) {
     Buffers frames = linearBuffers(count, size);
     for (int i = 0; i < count; ++i)
         paint(frames[static_cast<size_t>(i)], i);
+    return frames;
+}
+
+Buffers compressedFrames(int count, Size size) {
+    const auto engine = APipeConverter::Create(APipeConverter::kTypeCL);
+    require(engine->init(formats(APipeBuffer::Nv12Venus, size, APipeBuffer::Nv12Ubwc, size)) == OK,
+            "the compressor for the benchmark did not start");
+    Buffers frames;
+    for (const sp<APipeBuffer>& linear : linearFrames(count, size)) {
+        frames.push_back(
+            newBuffer(APipeBuffer::Nv12Ubwc, HAL_PIXEL_FORMAT_YCbCr_420_SP_COMPRESSED, size));
+        require(engine->convert(linear, frames.back()) == OK, "a frame could not be compressed");
+    }
     return frames;
 }
 
