@@ -24,7 +24,7 @@ void PassThroughStage::onInit(const sp<AMessage>& msg) {
 }
 
 void PassThroughStage::onWork() {
-    workOnFirstItem([](const sp<APipeBuffer>&, const sp<APipeBuffer>&) { return OK; });
+    workOnFirstItem([](const APipeItem&) { return OK; });
 }
 
 sp<APipe> passThroughChain(int stages, const sp<AMessage>& notify) {

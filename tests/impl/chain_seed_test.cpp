@@ -140,8 +140,8 @@ TEST(ChainSeedTest, NoEndLeaksAnything) {
         std::vector<wp<RefBase>> objects;
         {
             SeededChain chain(seed);
-            chain.last->mEngine = [&](const sp<APipeBuffer>& input, const sp<APipeBuffer>& output) {
-                objects.insert(objects.end(), {input, output});
+            chain.last->mEngine = [&](const APipeItem& item) {
+                objects.insert(objects.end(), {item.mInput, item.mOutput});
                 return OK;
             };
             objects.insert(objects.end(), {chain.first, chain.last, chain.client});

@@ -74,14 +74,14 @@ TEST(PipeHazardTest, AFlushDoesNotHandOutWhatTheNextStageReads) {
     Awaited<bool> mayEnd(false);
     std::atomic<bool> overwritten = false;
     const Chain chain;
-    chain.last->mEngine = [&](const sp<APipeBuffer>& input, const auto&) {
-        reading.set(input);
+    chain.last->mEngine = [&](const APipeItem& item) {
+        reading.set(item.mInput);
         const bool ended = mayEnd.waitUntil([](bool may) { return may; });
         reading.set(nullptr);
         return ended ? OK : UNKNOWN_ERROR;
     };
-    chain.first->mEngine = [&](const auto&, const sp<APipeBuffer>& output) {
-        if (output == reading.get()) overwritten = true;
+    chain.first->mEngine = [&](const APipeItem& item) {
+        if (item.mOutput == reading.get()) overwritten = true;
         return OK;
     };
     ASSERT_TRUE(chain.start());

@@ -54,7 +54,7 @@ TEST_F(PipeNotifyTest, AFrameGoesThroughAChainAndItsBuffersComeHome) {
 TEST_F(PipeNotifyTest, TheFrameRecordGoesWithTheFrame) {
     const sp<TestStage> pipe = stage("A");
     int worked = 0;
-    pipe->mEngine = [&](const auto&, const auto&) { return ++worked, OK; };
+    pipe->mEngine = [&](const auto&) { return ++worked, OK; };
     start(pipe);
     const sp<APipeItem> plain = inputItem(1, 100), marked = inputItem(2, 200);
     marked->mInput->getMeta()->setInt32("eos", 1);
@@ -76,6 +76,21 @@ TEST_F(PipeNotifyTest, TheFrameRecordGoesWithTheFrame) {
     }
     EXPECT_EQ(worked, 1) << "a frame marked eos passes as it is";
     EXPECT_EQ(mClient->count(kOutputDone), 2U);
+}
+
+TEST_F(PipeNotifyTest, ASubInputGoesHomeWithItsInput) {
+    const sp<TestStage> pipe = stage("A");
+    pipe->setItemGenerator(nullptr);
+    const sp<APipeItem> item = pairItem(1, 10, 100);
+    item->mSubInput = inputItem(2, 100)->mInput;
+    sp<APipeBuffer> seen;
+    pipe->mEngine = [&](const APipeItem& work) { return seen = work.mSubInput, OK; };
+    start(pipe);
+    pipe->queueItem(item);
+    run();
+    EXPECT_EQ(seen, item->mSubInput);
+    EXPECT_EQ(mClient->bufferIds(kInputDone), (Ids{1, 2}));
+    EXPECT_EQ(mClient->bufferIds(kOutputDone), (Ids{10}));
 }
 
 TEST_F(PipeNotifyTest, AnOutputGoesOnWithAFrameAndHomeWithout) {
@@ -180,7 +195,7 @@ TEST_F(PipeNotifyTest, AnUnworkableItemGoesHomeAndIsAnError) {
 TEST_F(PipeNotifyTest, AFailedItemStaysFirstAndIsTriedAgain) {
     const sp<TestStage> pipe = stage("A");
     status_t result = -7;
-    pipe->mEngine = [&](const auto&, const auto&) { return result; };
+    pipe->mEngine = [&](const auto&) { return result; };
     start(pipe);
     pipe->setItemGenerator(nullptr);
     pipe->queueItem(pairItem(1, 11, 100));

@@ -106,7 +106,7 @@ public:
         workOnFirstItem(mEngine);
     }
 
-    Engine mEngine = [](const auto&, const auto&) { return android::OK; };
+    Engine mEngine = [](const auto&) { return android::OK; };
     std::function<void()> mOnDestroyed;
     std::vector<std::string> mParameters;
     bool mSkipsOnWork = false;

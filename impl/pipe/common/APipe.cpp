@@ -409,6 +409,7 @@ void APipe::workOnFirstItem(const Engine& engine) {
     mWorkItems.erase(mWorkItems.begin());
     copyFrameRecord(item->mInput, item->mOutput, eos);
     notifyInputBufferDone(item->mInput);
+    if (item->mSubInput != nullptr) notifyInputBufferDone(item->mSubInput);
     notifyOutputBufferDone(item->mOutput, kBufferWithFrame);
     APipe::onWork();
 }
@@ -428,7 +429,7 @@ bool APipe::isWorkable(const sp<APipeItem>& item) const {
 
 status_t APipe::runEngine(const Engine& engine, const sp<APipeItem>& item) {
     ATRACE_NAME(mName.c_str());
-    return engine(item->mInput, item->mOutput);
+    return engine(*item);
 }
 
 // --- Buffers on their way home or to the next stage ---

@@ -176,10 +176,9 @@ protected:
         kWhatSetRangeInfos = 0x73524966,  ///< 'sRIf'
     };
 
-    /// The work on one frame: fills output from input. A status other than OK is an error of the
-    /// stage.
-    using Engine =
-        std::function<status_t(const sp<APipeBuffer>& input, const sp<APipeBuffer>& output)>;
+    /// The work on one frame: fills the item's output from its input and, where the stage has sub
+    /// inputs, its sub input. A status other than OK is an error of the stage.
+    using Engine = std::function<status_t(const APipeItem& item)>;
 
     ~APipe() override;
 
@@ -217,11 +216,11 @@ protected:
     status_t setBufferInfo(int bufferCount, int width, int height,
                            APipeBuffer::ColorFormat colorFormat, bool useWaitBufferPool);
 
-    /// All of onWork for a stage that fills one output from one input: runs engine on the first of
-    /// mWorkItems unless its input says "eos", copies "timeUs", "eos" and "operation" to the
-    /// output, sends both buffers on and calls the base onWork. If the engine fails the item stays
-    /// where it is and the stage is in error. An item without input, output or "timeUs" goes home
-    /// and puts the stage in error.
+    /// All of onWork for a stage that fills one output at a time: runs engine on the first of
+    /// mWorkItems unless its input says "eos", copies "timeUs", "eos" and "operation" from the
+    /// input to the output, sends all buffers of the item on and calls the base onWork. If the
+    /// engine fails the item stays where it is and the stage is in error. An item without input,
+    /// output or "timeUs" goes home and puts the stage in error.
     void workOnFirstItem(const Engine& engine);
 
     /// Puts the stage in error and tells the client. Any thread.

@@ -93,8 +93,8 @@ bool APipeDecompress::setUp(const sp<AMessage>& msg) {
 }
 
 void APipeDecompress::onWork() {
-    workOnFirstItem([this](const sp<APipeBuffer>& input, const sp<APipeBuffer>& output) {
-        const status_t err = mConverter->convert(input, output);
+    workOnFirstItem([this](const APipeItem& item) {
+        const status_t err = mConverter->convert(item.mInput, item.mOutput);
         ALOGE_IF(err != OK, "onWork convert failed");
         return err;
     });

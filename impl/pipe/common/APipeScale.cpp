@@ -76,8 +76,8 @@ bool APipeScale::setUp(const sp<AMessage>& msg) {
 }
 
 void APipeScale::onWork() {
-    workOnFirstItem([this](const sp<APipeBuffer>& input, const sp<APipeBuffer>& output) {
-        const status_t err = mScaler != nullptr ? mScaler->scale(input, output) : OK;
+    workOnFirstItem([this](const APipeItem& item) {
+        const status_t err = mScaler != nullptr ? mScaler->scale(item.mInput, item.mOutput) : OK;
         ALOGE_IF(err != OK, "Failed to scale");
         return err;
     });
