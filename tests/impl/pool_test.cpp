@@ -224,6 +224,16 @@ TEST_F(PoolTest, AFlushedBufferThatIsStillReadIsReplaced) {
     }
 }
 
+// Nobody returned such a buffer, so the pool could not clear it then.
+TEST_F(PoolTest, AFlushedBufferForgetsTheFrameThatItHad) {
+    ASSERT_EQ(init(1, false), OK);
+    take()->getMeta()->setBuffer("frameMeta", new ABuffer(1));
+    EXPECT_TRUE(flushCounted(1));
+    const auto buffer = take();
+    EXPECT_FALSE(buffer->getMeta()->contains("frameMeta"));
+    EXPECT_EQ(idOf(buffer), 0);
+}
+
 // The thread sanitizer sees whether a reader that has let go is really done before the writer.
 TEST_F(PoolTest, AFlushedBufferIsReusedOnlyAfterItsReader) {
     ASSERT_EQ(init(1, false), OK);

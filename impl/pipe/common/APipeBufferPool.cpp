@@ -96,7 +96,7 @@ sp<APipeBuffer> APipeBufferPool::acquireBuffer(bool wait) {
         if (!isFreeToHandOut(i)) continue;
         const int32_t id = mAvailableBuffers.keyAt(i);
         sp<APipeBuffer> buffer = mAvailableBuffers.valueAt(i);
-        // A holder before a flush may have cleared the metadata, and a return needs the id.
+        // It may have been cleared, and a return needs the id.
         buffer->getMeta()->setInt32("id", id);
         mAvailableBuffers.removeItemsAt(i);
         mBuffersInUse.add(id, buffer);
@@ -205,6 +205,9 @@ bool APipeBufferPool::isFreeToHandOut(size_t index) {
             return false;
         }
         mAvailableBuffers.add(id, fresh);
+    } else {
+        // It was not returned, so it still carries what was said of the frame that it had.
+        mAvailableBuffers.valueAt(index)->getMeta()->clear();
     }
     mTakenByFlush.reset(bit);
     return true;

@@ -47,7 +47,7 @@ public:
     /// A buffer that a flush made available may still be read by whoever had it. Such an object is
     /// never handed out: a new one takes over its id here, rather than in flush(), because by now
     /// the reader has mostly let go. If that allocation fails, the next id is tried and this one
-    /// again at the next call.
+    /// again at the next call. Either way nothing is left of the metadata but "id".
     sp<APipeBuffer> acquireBuffer(bool wait);
 
     /// Takes a buffer back and clears its metadata down to "id", "reply" and "timeUs". With a
@@ -60,8 +60,8 @@ public:
     /// pool without the wait list.
     void returnWaitBuffer();
 
-    /// Makes every buffer available; metadata stays as it is. A reply that is on its way must be
-    /// made stale first.
+    /// Makes every buffer available; metadata stays as it is until acquireBuffer(). A reply that is
+    /// on its way must be made stale first.
     void flush();
 
     /// Forgets all buffers.
