@@ -6,6 +6,7 @@
 #include <utils/Log.h>
 
 #include "APipeCLConverter.h"
+#include "APipeREConverter.h"
 
 namespace android {
 
@@ -15,8 +16,9 @@ std::shared_ptr<APipeConverter> APipeConverter::Create(ConverterType type) {
             return nullptr;
         case kTypeCL:
             return std::make_shared<APipeCLConverter>();
-        case kTypeGL:
         case kTypeRE:
+            return std::make_shared<APipeREConverter>();
+        case kTypeGL:
             ALOGE("built without an engine of type %d", type);
             return nullptr;
     }

@@ -1,0 +1,95 @@
+// Putting a capture call together.
+#define LOG_TAG "APipeREConverter"
+
+#include "APipeREConverter.h"
+
+#include <ZelFrameCaptureLayer.h>
+#include <android/hardware/graphics/common/1.2/types.h>
+#include <ui/Rect.h>
+#include <utils/Log.h>
+
+namespace android {
+
+namespace {
+
+using HalPixelFormat = hardware::graphics::common::V1_2::PixelFormat;
+
+// The library's first argument of init; no other value is in use.
+constexpr int kInitArgument = 1;
+constexpr auto kCaptureMode = static_cast<ZelFrameCaptureLayer::CaptureMode>(0);
+
+// The visible part, right and bottom exclusive.
+Rect visiblePart(const AMessage& meta, const GraphicBuffer& source) {
+    Rect crop;
+    if (meta.findRect("crop", &crop.left, &crop.top, &crop.right, &crop.bottom)) return crop;
+    ALOGW("There's no crop information, fill GraphicBuffer width, height");
+    return Rect(static_cast<int32_t>(source.getWidth()), static_cast<int32_t>(source.getHeight()));
+}
+
+// Wide in between: a client may set any edge.
+int32_t lastBefore(int32_t edge) {
+    return static_cast<int32_t>(int64_t{edge} - 1);
+}
+
+void passBuffer(const AMessage& meta, const char* name, AMessage* parameters) {
+    sp<ABuffer> buffer;
+    if (meta.findBuffer(name, &buffer)) parameters->setBuffer(name, buffer);
+}
+
+sp<AMessage> captureParameters(const AMessage& meta, const Rect& visible, const Rect& inclusive) {
+    sp<AMessage> parameters = new AMessage;
+    parameters->setInt32("width", visible.getWidth());
+    parameters->setInt32("height", visible.getHeight());
+    parameters->setRect("crop", inclusive.left, inclusive.top, inclusive.right, inclusive.bottom);
+    passBuffer(meta, "hdr-static-info", parameters.get());
+    passBuffer(meta, "hdr10-plus-info", parameters.get());
+    int32_t dataSpace = 0;
+    meta.findInt32("dataSpace", &dataSpace);
+    parameters->setInt32("android._dataspace", dataSpace);
+    return parameters;
+}
+
+}  // namespace
+
+APipeREConverter::APipeREConverter() = default;
+
+APipeREConverter::~APipeREConverter() = default;
+
+status_t APipeREConverter::init(const sp<AMessage>& /*msg*/) {
+    mFrameCaptureLayer = new ZelFrameCaptureLayer;
+    const status_t err = mFrameCaptureLayer->init(kInitArgument, kCaptureMode);
+    if (err != OK) {
+        ALOGE("init failed err %d", err);
+    } else {
+        ALOGI("init success");
+    }
+    return err;
+}
+
+status_t APipeREConverter::convert(const sp<APipeBuffer>& input, const sp<APipeBuffer>& output) {
+    if (mFrameCaptureLayer == nullptr) {
+        ALOGE("convert called before init");
+        return UNKNOWN_ERROR;
+    }
+    const sp<GraphicBuffer> source = input != nullptr ? input->getGraphicBuffer() : nullptr;
+    const sp<GraphicBuffer> destination = output != nullptr ? output->getGraphicBuffer() : nullptr;
+    if (source == nullptr || destination == nullptr) {
+        ALOGE("convert needs an input and an output with a graphics buffer");
+        return UNKNOWN_ERROR;
+    }
+    const sp<AMessage> meta = input->getMeta();
+    const Rect visible = visiblePart(*meta, *source);
+    const Rect inclusive(visible.left, visible.top, lastBefore(visible.right),
+                         lastBefore(visible.bottom));
+    const status_t err = mFrameCaptureLayer->capture(
+        source, inclusive, captureParameters(*meta, visible, inclusive), HalPixelFormat::RGBA_8888,
+        output->getWidth(), output->getHeight(), destination);
+    if (err != OK) ALOGE("mFrameCaptureLayer->capture failed err %d", err);
+    return err;
+}
+
+void APipeREConverter::reset() {
+    mFrameCaptureLayer.clear();
+}
+
+}  // namespace android
