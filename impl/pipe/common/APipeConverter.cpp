@@ -6,6 +6,7 @@
 #include <utils/Log.h>
 
 #include "APipeCLConverter.h"
+#include "APipeGLConverter.h"
 #include "APipeREConverter.h"
 
 namespace android {
@@ -16,11 +17,10 @@ std::shared_ptr<APipeConverter> APipeConverter::Create(ConverterType type) {
             return nullptr;
         case kTypeCL:
             return std::make_shared<APipeCLConverter>();
+        case kTypeGL:
+            return std::make_shared<APipeGLConverter>();
         case kTypeRE:
             return std::make_shared<APipeREConverter>();
-        case kTypeGL:
-            ALOGE("built without an engine of type %d", type);
-            return nullptr;
     }
     ALOGE("not defined type %d", type);
     return nullptr;

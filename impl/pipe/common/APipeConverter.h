@@ -37,8 +37,7 @@ public:
     };
 
     /// Makes a converter that has acquired nothing yet. The result is empty for kTypeNone, and
-    /// after an error in the log for an unknown type and for one whose engine this library was
-    /// built without.
+    /// after an error in the log for an unknown type.
     static std::shared_ptr<APipeConverter> Create(ConverterType type);
 
     virtual ~APipeConverter() = default;

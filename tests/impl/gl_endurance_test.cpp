@@ -1,0 +1,91 @@
+// Nothing piles up: many conversions and re-initialisations, everything counted.
+// GL_CONVERSIONS in the environment makes it as long as one likes.
+#include <gtest/gtest.h>
+#include <host/GraphicsCounts.h>
+#include <unistd.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+
+#include "APipeGLConverter.h"
+#include "support/GlFrames.h"
+#include "support/GlTest.h"
+
+namespace android {
+namespace {
+
+using namespace plexa;
+
+constexpr int kWidth = 64;
+constexpr int kHeight = 48;
+constexpr int kShortRun = 400;
+constexpr int kWarmUp = 100;
+constexpr int kLives = 100;
+// The software driver compiles shaders in threads of its own, each with a heap that settles late.
+constexpr int64_t kMostGrowth = 4 << 20;
+// A sanitizer's own memory grows with every block that was ever freed.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+constexpr bool kIsMemoryOurs = false;
+#else
+constexpr bool kIsMemoryOurs = true;
+#endif
+
+int conversions() {
+    const char* wanted = getenv("GL_CONVERSIONS");
+    return wanted != nullptr ? std::max(atoi(wanted), 2 * kWarmUp) : kShortRun;
+}
+
+int64_t openFiles() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
+int64_t residentBytes() {
+    int64_t size = 0;
+    int64_t resident = 0;
+    std::ifstream("/proc/self/statm") >> size >> resident;
+    return resident * sysconf(_SC_PAGESIZE);
+}
+
+using GlEndurance = GlTest;
+
+TEST_F(GlEndurance, HoldsNoMoreAfterManyFramesThanAfterAHundred) {
+    const int count = conversions();
+    const int framesPerLife = std::max(count / kLives, 1);
+    const auto input = frameOver(yuvBuffer(kWidth, kHeight, [](int x, int y) {
+        return Yuv{x, y, 128};
+    }));
+    const auto output = rgbaFrame(kWidth / 2, kHeight / 2);
+    APipeGLConverter converter;
+    host::GlesCounts objects;
+    host::GraphicsCounts graphics;
+    int64_t files = 0;
+    int64_t bytes = 0;
+    for (int i = 0; i < count; ++i) {
+        if (i % framesPerLife == 0) {
+            ASSERT_EQ(converter.init(glFormat(kWidth / 2, kHeight / 2)), OK);
+        }
+        input->getMeta()->setRect("crop", i % 31, i % 23, kWidth - i % 7, kHeight - i % 5);
+        ASSERT_EQ(converter.convert(input, output), OK);
+        if (i == kWarmUp) {
+            objects = host::glesCounts();
+            graphics = host::graphicsCounts();
+            files = openFiles();
+            bytes = residentBytes();
+        }
+    }
+    EXPECT_EQ(objects.images, 0);
+    EXPECT_EQ(objects.textures, 0);
+    EXPECT_EQ(host::glesCounts(), objects);
+    EXPECT_EQ(host::graphicsCounts(), graphics);
+    EXPECT_EQ(openFiles(), files);
+    const int64_t growth = residentBytes() - bytes;
+    RecordProperty("conversions", count);
+    RecordProperty("residentGrowth", std::to_string(growth));
+    EXPECT_TRUE(!kIsMemoryOurs || growth <= kMostGrowth) << growth;
+    converter.reset();
+}
+
+}  // namespace
+}  // namespace android
