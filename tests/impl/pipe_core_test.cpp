@@ -13,36 +13,51 @@ using plexa::outputItem;
 using plexa::pairItem;
 using plexa::TestStage;
 
+sp<AMessage> metadata(int64_t timeUs) {
+    sp<AMessage> meta = new AMessage;
+    meta->setInt64("timeUs", timeUs);
+    meta->setBuffer("frameMeta", new ABuffer(4));
+    return meta;
+}
+
 class PipeCoreTest : public plexa::ScheduledTest {
 protected:
-    status_t init(const sp<APipe>& pipe) {
+    static status_t init(const sp<APipe>& pipe) {
         return pipe->init(formatOf(2, 16, 8), formatOf(2, 16, 8));
     }
-    static sp<AMessage> metadata(int64_t timeUs) {
-        sp<AMessage> meta = new AMessage;
-        meta->setInt64("timeUs", timeUs);
-        meta->setBuffer("frameMeta", new ABuffer(4));
-        return meta;
+    static void expectIntake(const sp<APipe>& pipe, status_t status) {
+        EXPECT_EQ(pipe->queueItem(inputItem(1, 0)), status);
+        EXPECT_EQ(pipe->queueItemMeta(metadata(0)), status);
     }
 };
 
-TEST_F(PipeCoreTest, TakesNothingBeforeItsOnInitHasRun) {
+TEST_F(PipeCoreTest, ItemsAreTakenFromInitUntilAnErrorAndAgainInTheNextLife) {
     const sp<TestStage> pipe = stage("A");
-    EXPECT_EQ(pipe->queueItem(inputItem(1, 0)), UNKNOWN_ERROR);
-    ASSERT_EQ(init(pipe), OK);
-    EXPECT_EQ(pipe->queueItem(inputItem(1, 0)), UNKNOWN_ERROR);
-    EXPECT_EQ(pipe->queueItemMeta(metadata(0)), UNKNOWN_ERROR);
-    run();
-    EXPECT_EQ(mClient->count(APipe::kWhatInitCompleted), 1U);
-    EXPECT_EQ(pipe->queueItem(inputItem(1, 0)), OK);
-    EXPECT_EQ(pipe->queueItemMeta(metadata(0)), OK);
+    expectIntake(pipe, UNKNOWN_ERROR);
+    for (const int32_t err : {-5, -6}) {
+        mClient->forget();
+        ASSERT_EQ(init(pipe), OK);
+        expectIntake(pipe, UNKNOWN_ERROR);
+        run();
+        EXPECT_EQ(mClient->count(APipe::kWhatInitCompleted), 1U);
+        expectIntake(pipe, OK);
+        pipe->notifyError(err);
+        expectIntake(pipe, UNKNOWN_ERROR);
+        EXPECT_EQ(pipe->flush(), OK);
+        EXPECT_EQ(pipe->release(), OK);
+        run();
+        EXPECT_EQ(mClient->notices().at(1).err, err);
+        EXPECT_EQ(mClient->count(APipe::kWhatFlushCompleted), 1U);
+        EXPECT_EQ(mClient->count(APipe::kWhatReleaseCompleted), 1U);
+        EXPECT_EQ(pipe->mState, TestStage::kStateError);
+    }
+    EXPECT_TRUE(logged(ANDROID_LOG_ERROR, "APipe", "[A] notifyError err (-5)"));
 }
 
 TEST_F(PipeCoreTest, RefusesWhatIsNoItemAndNoMetadata) {
     const sp<TestStage> pipe = stage("A");
     start(pipe);
-    const sp<AMessage> noTime = metadata(0), noBlob = new AMessage;
-    noTime->clear();
+    const sp<AMessage> noTime = new AMessage, noBlob = new AMessage;
     noTime->setBuffer("frameMeta", new ABuffer(4));
     noBlob->setInt64("timeUs", 0);
     EXPECT_EQ(pipe->queueItem(nullptr), BAD_VALUE);
@@ -53,7 +68,7 @@ TEST_F(PipeCoreTest, RefusesWhatIsNoItemAndNoMetadata) {
     EXPECT_EQ(run(), 0U);
 }
 
-TEST_F(PipeCoreTest, AFlushParsWhatIsBeforeItFromWhatIsAfter) {
+TEST_F(PipeCoreTest, AFlushPartsWhatIsBeforeItFromWhatIsAfter) {
     const sp<TestStage> pipe = stage("A");
     start(pipe);
     pipe->setItemGenerator(nullptr);
@@ -63,37 +78,30 @@ TEST_F(PipeCoreTest, AFlushParsWhatIsBeforeItFromWhatIsAfter) {
     run();
     EXPECT_EQ(mClient->bufferIds(APipe::kWhatOutputBufferDone), std::vector{12});
     EXPECT_EQ(mClient->count(APipe::kWhatFlushCompleted), 1U);
-    EXPECT_EQ(pipe->getBufferGeneration(), 1);
 }
 
 TEST_F(PipeCoreTest, ANewGenerationMakesItemsAndMetadataStale) {
     struct Generator : APipeItemGenerator {
         Generator() : APipeItemGenerator("G") {}
+        void pushItem(const sp<APipeItem>&) override { ++mItems; }
         void pushItemMeta(const sp<AMessage>& meta) override { mMeta = meta; }
+        int mItems = 0;
         sp<AMessage> mMeta;
     };
     const sp<TestStage> pipe = stage("A");
     const sp<Generator> generator = new Generator;
     pipe->setItemGenerator(generator);
     start(pipe);
-    pipe->queueItem(inputItem(1, 100));
-    pipe->queueItem(outputItem(11));
-    pipe->queueItemMeta(metadata(100));
+    expectIntake(pipe, OK);
     pipe->setBufferGeneration();
     run();
+    EXPECT_EQ(generator->mItems, 0);
     EXPECT_EQ(generator->mMeta, nullptr);
-    EXPECT_EQ(pipe->mWorkCount, 0);
-
-    pipe->queueItem(inputItem(2, 200));
-    pipe->queueItemMeta(metadata(200));
+    expectIntake(pipe, OK);
     run();
-    int64_t timeUs = 0;
+    EXPECT_EQ(generator->mItems, 1);
     ASSERT_NE(generator->mMeta, nullptr);
-    EXPECT_TRUE(generator->mMeta->findInt64("timeUs", &timeUs));
-    EXPECT_EQ(timeUs, 200);
-    EXPECT_TRUE(generator->mMeta->contains("frameMeta"));
-    EXPECT_EQ(pipe->mWorkCount, 0) << "metadata alone starts no work";
-    EXPECT_TRUE(mClient->notices().empty());
+    EXPECT_TRUE(generator->mMeta->contains("timeUs") && generator->mMeta->contains("frameMeta"));
 }
 
 TEST_F(PipeCoreTest, AChainStartsFlushesAndEndsAsOne) {
@@ -115,83 +123,48 @@ TEST_F(PipeCoreTest, AChainStartsFlushesAndEndsAsOne) {
     }
 }
 
-TEST_F(PipeCoreTest, InitIsRefusedWhileTheLooperRuns) {
-    const sp<TestStage> pipe = stage("A");
+TEST_F(PipeCoreTest, OneLooperAtATime) {
+    const sp<TestStage> last = stage("B"), pipe = stage("A", last);
     start(pipe);
     const sp<ALooper> looper = pipe->looper();
     EXPECT_EQ(init(pipe), INVALID_OPERATION);
     EXPECT_TRUE(logged(ANDROID_LOG_ERROR, "APipe", "[A] init while the looper runs"));
-    EXPECT_EQ(run(), 0U);
     EXPECT_EQ(pipe->looper(), looper);
-    EXPECT_EQ(pipe->queueItem(inputItem(1, 0)), OK);
-}
-
-TEST_F(PipeCoreTest, AReleasedStageSaysSoAndCanStartAgain) {
-    const sp<TestStage> last = stage("B"), pipe = stage("A", last);
-    start(pipe);
     pipe->release();
     run();
-    EXPECT_EQ(pipe->queueItem(inputItem(1, 0)), INVALID_OPERATION);
+    expectIntake(pipe, INVALID_OPERATION);
     EXPECT_EQ(pipe->flush(), OK);
     EXPECT_EQ(pipe->release(), OK);
-    EXPECT_EQ(mLog.count(ANDROID_LOG_ERROR, "APipe", "without a looper"), 3U);
+    EXPECT_EQ(mLog.count(ANDROID_LOG_ERROR, "APipe", "without a looper"), 4U);
     EXPECT_EQ(run(), 0U);
 
     mClient->forget();
-    EXPECT_EQ(init(pipe), OK);
-    EXPECT_EQ(pipe->queueItem(inputItem(1, 0)), UNKNOWN_ERROR) << "its onInit has not run";
-    run();
-    EXPECT_EQ(mClient->count(APipe::kWhatInitCompleted), 1U);
+    start(pipe);
     EXPECT_EQ(pipe->queueItem(inputItem(2, 200)), OK);
     EXPECT_EQ(last->queueItem(outputItem(12)), OK);
     run();
     EXPECT_EQ(mClient->bufferIds(APipe::kWhatOutputBufferDone), std::vector{12});
 }
 
-TEST_F(PipeCoreTest, AnErrorEndsTheIntakeUntilReleaseAndInit) {
-    const sp<TestStage> pipe = stage("A");
-    start(pipe);
-    pipe->notifyError(-5);
-    EXPECT_EQ(pipe->queueItem(inputItem(1, 0)), UNKNOWN_ERROR);
-    EXPECT_EQ(pipe->queueItemMeta(metadata(0)), UNKNOWN_ERROR);
-    EXPECT_EQ(pipe->flush(), OK);
-    EXPECT_EQ(pipe->release(), OK);
-    run();
-    EXPECT_EQ(mClient->notices().at(0).err, -5);
-    EXPECT_EQ(mClient->count(APipe::kWhatFlushCompleted), 1U);
-    EXPECT_EQ(mClient->count(APipe::kWhatReleaseCompleted), 1U);
-    EXPECT_TRUE(logged(ANDROID_LOG_ERROR, "APipe", "[A] notifyError err (-5)"));
-    EXPECT_EQ(pipe->queueItem(inputItem(1, 0)), UNKNOWN_ERROR);
-    mClient->forget();
-    start(pipe);
-    EXPECT_EQ(pipe->queueItem(inputItem(1, 0)), OK);
-}
-
-TEST_F(PipeCoreTest, ABareStageKeepsItsItemsUntilAFlush) {
+TEST_F(PipeCoreTest, BareStagesKeepTheirItemsUntilAFlush) {
     struct Bare : APipe {
         using APipe::APipe;
         using APipe::mWorkItems;
     };
-    const sp<Bare> pipe = new Bare(nullptr, mClient->notify(), "Bare");
-    start(pipe);
-    pipe->queueItem(pairItem(1, 11, 0));
-    pipe->queueItem(inputItem(2, 0));
-    run();
-    EXPECT_EQ(pipe->mWorkItems.size(), 2U);
-    EXPECT_TRUE(mClient->notices().empty());
-    EXPECT_EQ(pipe->updateInputFormat(formatOf(2, 16, 8)), INVALID_OPERATION);
-    pipe->flush();
-    run();
-    EXPECT_TRUE(pipe->mWorkItems.empty());
-}
-
-TEST_F(PipeCoreTest, ANextStageWithoutAPoolIsServedWithoutOne) {
-    const sp<APipe> last = new APipe(nullptr, mClient->notify(), "B");
-    const sp<APipe> first = new APipe(last, mClient->notify(), "A");
+    const sp<Bare> last = new Bare(nullptr, mClient->notify(), "B");
+    const sp<Bare> first = new Bare(last, mClient->notify(), "A");
     first->setItemGenerator(new APipeItemGenerator("A"));
     start(first);
-    EXPECT_EQ(first->queueItem(inputItem(1, 0)), OK);
-    EXPECT_EQ(run(), 1U);
+    first->queueItem(inputItem(1, 0));
+    last->queueItem(inputItem(2, 0));
+    last->queueItem(pairItem(3, 13, 0));
+    run();
+    EXPECT_EQ(last->mWorkItems.size(), 2U);
+    EXPECT_TRUE(mClient->notices().empty());
+    EXPECT_EQ(first->updateInputFormat(formatOf(2, 16, 8)), INVALID_OPERATION);
+    first->flush();
+    run();
+    EXPECT_TRUE(last->mWorkItems.empty());
 }
 
 TEST_F(PipeCoreTest, ParametersReachThisStageAndThoseAfterIt) {
@@ -205,27 +178,20 @@ TEST_F(PipeCoreTest, ParametersReachThisStageAndThoseAfterIt) {
     EXPECT_EQ(last->mParameters, all);
 }
 
-TEST_F(PipeCoreTest, RangesTagThePendingInputs) {
+TEST_F(PipeCoreTest, RangesTagThePendingInputsAndStrangeMessagesAreLogged) {
     const sp<TestStage> pipe = stage("A");
     start(pipe);
     const sp<APipeItem> item = inputItem(1, 150);
     pipe->queueItem(item);
     pipe->setRangeInfos({{100, 200, 7}});
     pipe->setRangeInfos({});
+    for (const uint32_t what : {6U, 0x73524966U})
+        sp<AMessage>(new AMessage(what, pipe))->post();
     run();
     int32_t operation = 0;
     EXPECT_TRUE(item->mInput->getMeta()->findInt32("operation", &operation));
     EXPECT_EQ(operation, 7);
     EXPECT_TRUE(pipe->mRangeInfos.empty());
-}
-
-TEST_F(PipeCoreTest, StrangeMessagesAreLoggedAndDropped) {
-    const sp<TestStage> pipe = stage("A");
-    start(pipe);
-    const sp<AMessage> unknown = new AMessage(6, pipe), empty = new AMessage(0x73524966, pipe);
-    unknown->post();
-    empty->post();
-    run();
     EXPECT_TRUE(logged(ANDROID_LOG_ERROR, "APipe", "undefined message 6"));
     EXPECT_TRUE(logged(ANDROID_LOG_ERROR, "APipe", "SetRangeInfoParameter does not exist!"));
 }
@@ -235,17 +201,14 @@ TEST_F(PipeCoreTest, ThePoolFollowsTheFormatAskedFor) {
         int32_t requested, format, memory;
     };
     const sp<TestStage> last = stage("B"), pipe = stage("A", last);
-    for (const Case& c : {Case{2, 2, 2},
-                          {1, 1, 2},
-                          {5, 4, 0},
-                          {6, 3, 0},
-                          {9, 9, 0},
-                          {12, 3, 2},
-                          {3, 3, 2},
-                          {4, 2, 2}}) {
+    const auto setUp = [](const sp<TestStage>& stage, int32_t format) {
+        return stage->setBufferInfo(1, 32, 16, static_cast<APipeBuffer::ColorFormat>(format),
+                                    false);
+    };
+    for (const Case& c : {Case{2, 2, 2}, Case{1, 1, 2}, Case{5, 4, 0}, Case{6, 3, 0}, Case{9, 9, 0},
+                          Case{12, 3, 2}, Case{3, 3, 2}, Case{4, 2, 2}}) {
         SCOPED_TRACE(c.requested);
-        const auto requested = static_cast<APipeBuffer::ColorFormat>(c.requested);
-        ASSERT_EQ(pipe->setBufferInfo(1, 32, 16, requested, false), OK);
+        ASSERT_EQ(setUp(pipe, c.requested), OK);
         const sp<APipeBuffer> buffer = pipe->mBufferPool->acquireBuffer(false);
         ASSERT_NE(buffer, nullptr);
         EXPECT_EQ(buffer->getColorFormat(), c.format);
@@ -254,11 +217,9 @@ TEST_F(PipeCoreTest, ThePoolFollowsTheFormatAskedFor) {
         EXPECT_EQ(buffer->getHeight(), 16);
         EXPECT_EQ(pipe->mBufferPool->acquireBuffer(false), nullptr);
     }
-    for (const int32_t unknown : {7, 13}) {
-        const auto requested = static_cast<APipeBuffer::ColorFormat>(unknown);
-        EXPECT_EQ(pipe->setBufferInfo(1, 32, 16, requested, false), UNKNOWN_ERROR);
-    }
-    EXPECT_EQ(last->setBufferInfo(1, 32, 16, APipeBuffer::Nv12, false), OK);
+    EXPECT_EQ(setUp(pipe, 7), UNKNOWN_ERROR);
+    EXPECT_EQ(setUp(pipe, 13), UNKNOWN_ERROR);
+    EXPECT_EQ(setUp(last, 2), OK);
     EXPECT_EQ(last->mBufferPool, nullptr);
 }
 

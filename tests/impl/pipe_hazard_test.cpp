@@ -177,6 +177,7 @@ protected:
         chain.first->mOnDestroyed = [&] { endedOn.set(threadName()); };
         if (!chain.start()) return "";
         mFirst = chain.first;
+        mLooper = chain.first->looper();
         for (int32_t i = 0; i < 20; ++i) {
             chain.last->queueItem(outputItem(i));
             chain.first->queueItem(inputItem(i, i));
@@ -190,6 +191,7 @@ protected:
     }
 
     wp<APipe> mFirst;
+    sp<ALooper> mLooper;  // someone may still hold it; its thread must end all the same
 };
 
 TEST_P(PipeTeardownTest, NothingIsLeft) {

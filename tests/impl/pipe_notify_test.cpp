@@ -9,7 +9,6 @@ namespace {
 
 using plexa::formatOf;
 using plexa::inputItem;
-using plexa::localBuffer;
 using plexa::outputItem;
 using plexa::pairItem;
 using plexa::TestStage;
@@ -135,32 +134,6 @@ TEST_F(PipeNotifyTest, AnOutputSomeoneWaitsForGoesFirst) {
     EXPECT_EQ(mClient->bufferIds(kInputDone), (Ids{2, 1}));
 }
 
-TEST_F(PipeNotifyTest, ExtraDataReachesTheClient) {
-    const sp<TestStage> pipe = stage("A");
-    const sp<ABuffer> data = new ABuffer(3);
-    pipe->notifyExtraData(data);
-    EXPECT_EQ(lastNotice().what, APipe::kWhatExtraData);
-    EXPECT_EQ(lastNotice().extraData, data);
-}
-
-TEST_F(PipeNotifyTest, AStageWithoutANotifyMessageWorksInSilence) {
-    const sp<TestStage> pipe = new TestStage(nullptr, nullptr, "A", 0);
-    pipe->init(formatOf(2, 16, 8), formatOf(2, 16, 8));
-    run();
-    pipe->queueItem(inputItem(1, 0));
-    pipe->queueItem(outputItem(11));
-    pipe->notifyExtraData(new ABuffer(1));
-    run();
-    EXPECT_EQ(pipe->mWorkCount, 1);
-    pipe->flush();
-    run();
-    pipe->notifyError(-1);
-    EXPECT_EQ(pipe->mState, TestStage::kStateError);
-    pipe->release();
-    run();
-    EXPECT_TRUE(mClient->notices().empty());
-}
-
 TEST_F(PipeNotifyTest, AnUnworkableItemGoesHomeAndIsAnError) {
     const sp<APipeItem> noInput = outputItem(11), noOutput = inputItem(1, 0),
                         noTime = pairItem(1, 11, 0), nothing = new APipeItem;
@@ -192,22 +165,6 @@ TEST_F(PipeNotifyTest, AnUnworkableItemGoesHomeAndIsAnError) {
     }
 }
 
-TEST_F(PipeNotifyTest, AFailedItemStaysFirstAndIsTriedAgain) {
-    const sp<TestStage> pipe = stage("A");
-    status_t result = -7;
-    pipe->mEngine = [&](const auto&) { return result; };
-    start(pipe);
-    pipe->setItemGenerator(nullptr);
-    pipe->queueItem(pairItem(1, 11, 100));
-    pipe->queueItem(pairItem(2, 12, 200));
-    mScheduler.runOne();
-    EXPECT_EQ(pipe->mState, TestStage::kStateError);
-    result = OK;
-    EXPECT_EQ(lastNotice().bufferId, 11);
-    EXPECT_EQ(mClient->notices().front().err, UNKNOWN_ERROR);
-    EXPECT_EQ(pipe->mWorkItems.size(), 1U);
-}
-
 TEST_F(PipeNotifyTest, AnOutputThatTheNextStageRefusesComesHome) {
     const sp<TestStage> last = stage("B"), first = stage("A", last, 1);
     start(first);
@@ -231,18 +188,30 @@ TEST_F(PipeNotifyTest, APoolBufferInAStaleItemComesHome) {
     EXPECT_EQ(first->freeBuffers(), 1U);
 }
 
-TEST_F(PipeNotifyTest, WhatAGeneratorRefusesComesHome) {
-    const sp<TestStage> pipe = stage("A");
-    start(pipe);
-    pipe->queueItem(pairItem(1, 11, 100));
+TEST_F(PipeNotifyTest, WithoutANotifyMessageAStageWorksInSilence) {
+    const sp<ABuffer> data = new ABuffer(3);
+    stage("A")->notifyExtraData(data);
+    EXPECT_EQ(lastNotice().what, APipe::kWhatExtraData);
+    EXPECT_EQ(lastNotice().extraData, data);
+
+    mClient->forget();
+    const sp<TestStage> pipe = new TestStage(nullptr, nullptr, "A", 0);
+    pipe->init(formatOf(2, 16, 8), formatOf(2, 16, 8));
     run();
-    EXPECT_EQ(mClient->bufferIds(kInputDone), Ids{1});
-    EXPECT_EQ(mClient->bufferIds(kOutputDone), Ids{11});
-    EXPECT_EQ(mClient->notices().back().flag, APipe::kBufferWithoutFrame);
-    EXPECT_EQ(pipe->mState, TestStage::kStateInitialized);
+    pipe->queueItem(inputItem(1, 0));
+    pipe->queueItem(outputItem(11));
+    pipe->notifyExtraData(data);
+    run();
+    EXPECT_EQ(pipe->mWorkCount, 1);
+    pipe->notifyError(-1);
+    EXPECT_EQ(pipe->mState, TestStage::kStateError);
+    pipe->flush();
+    pipe->release();
+    run();
+    EXPECT_TRUE(mClient->notices().empty());
 }
 
-TEST_F(PipeNotifyTest, WhatAGeneratorDropsForMetadataComesHome) {
+TEST_F(PipeNotifyTest, WhatAGeneratorRefusesOrDropsComesHome) {
     struct Generator : APipeItemGenerator {
         Generator() : APipeItemGenerator("G") {}
         void pushItemMeta(const sp<AMessage>&) override {
@@ -253,13 +222,17 @@ TEST_F(PipeNotifyTest, WhatAGeneratorDropsForMetadataComesHome) {
     const sp<TestStage> pipe = stage("A");
     pipe->setItemGenerator(new Generator);
     start(pipe);
-    pipe->queueItem(inputItem(1, 100));
+    pipe->queueItem(pairItem(1, 11, 100));
+    pipe->queueItem(inputItem(2, 200));
     const sp<AMessage> meta = new AMessage;
-    meta->setInt64("timeUs", 100);
+    meta->setInt64("timeUs", 200);
     meta->setBuffer("frameMeta", new ABuffer(1));
     pipe->queueItemMeta(meta);
     run();
-    EXPECT_EQ(mClient->bufferIds(kInputDone), Ids{1});
+    EXPECT_EQ(mClient->bufferIds(kInputDone), (Ids{1, 2}));
+    EXPECT_EQ(mClient->bufferIds(kOutputDone), Ids{11});
+    EXPECT_EQ(mClient->notices().at(1).flag, APipe::kBufferWithoutFrame);
+    EXPECT_EQ(pipe->mState, TestStage::kStateInitialized);
 }
 
 TEST_F(PipeNotifyTest, AnOutputThatTheClientCannotKnowIsAnError) {

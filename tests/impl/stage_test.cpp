@@ -61,6 +61,35 @@ protected:
         return item;
     }
 
+    struct Formats {
+        int32_t src, dst, next, nextWidth, nextHeight;
+    };
+    struct Pool {
+        size_t size;
+        int32_t colorFormat, memory;
+    };
+    // Starts a stage: what the next stage hears, and the pool, whose frames are as large.
+    template <typename Stage>
+    void expectSetUp(const Formats& formats, const Pool& expected) {
+        SCOPED_TRACE(formats.src);
+        const sp<Listener> next = new Listener;
+        const sp<Open<Stage>> stage = new Open<Stage>(next, mClient->notify());
+        const sp<AMessage> src = formatOf(formats.src, 320, 240);
+        stage->init(src, formatOf(formats.dst, 160, 120));
+        run();
+        expectFormat(next->mSrc, formats.next, formats.nextWidth, formats.nextHeight);
+        expectFormat(next->mDst, formats.dst, 160, 120);
+        expectFormat(src, formats.src, 320, 240);
+        std::vector<sp<APipeBuffer>> pool;
+        while (const auto buffer = stage->mBufferPool->acquireBuffer(false))
+            pool.push_back(buffer);
+        ASSERT_EQ(pool.size(), expected.size);
+        EXPECT_EQ(pool[0]->getColorFormat(), expected.colorFormat);
+        EXPECT_EQ(pool[0]->getMemoryType(), expected.memory);
+        EXPECT_EQ(pool[0]->getWidth(), formats.nextWidth);
+        EXPECT_EQ(pool[0]->getHeight(), formats.nextHeight);
+    }
+
     // What each stage says of a format message that lacks something.
     template <typename Stage>
     void expectRefusals(const char* tag, bool needsDstSize) {
@@ -95,29 +124,11 @@ protected:
 };
 
 TEST_F(StageTest, ScaleSetsUpItsPoolScalerAndNextStage) {
-    struct Case {
-        int32_t src, dst, poolFormat, poolMemory;
-    };
-    for (const Case& c : {Case{2, 2, 2, 2}, {4, 5, 4, 0}, {12, 6, 3, 0}}) {
-        const sp<Listener> next = new Listener;
-        const sp<Open<APipeScale>> stage = new Open<APipeScale>(next, mClient->notify());
-        const sp<AMessage> src = formatOf(c.src, 320, 240);
-        stage->init(src, formatOf(c.dst, 160, 120));
-        run();
-        EXPECT_TRUE(logged(ANDROID_LOG_INFO, "APipeScale",
-                           "srcColorFormat " + std::to_string(c.src) + ", dstColorFormat " +
-                               std::to_string(c.dst)));
-        expectFormat(next->mSrc, c.src, 160, 120);
-        expectFormat(next->mDst, c.dst, 160, 120);
-        expectFormat(src, c.src, 320, 240);
-        std::vector<sp<APipeBuffer>> pool;
-        while (const auto buffer = stage->mBufferPool->acquireBuffer(false))
-            pool.push_back(buffer);
-        ASSERT_EQ(pool.size(), 4U);
-        EXPECT_EQ(pool[0]->getColorFormat(), c.poolFormat);
-        EXPECT_EQ(pool[0]->getMemoryType(), c.poolMemory);
-        EXPECT_EQ(pool[0]->getWidth(), 160);
-    }
+    // The source 320 by 240, the destination 160 by 120.
+    expectSetUp<APipeScale>({2, 2, 2, 160, 120}, {4, 2, APipeBuffer::LocalMemory});
+    expectSetUp<APipeScale>({4, 5, 4, 160, 120}, {4, 4, APipeBuffer::GraphicMemory});
+    expectSetUp<APipeScale>({12, 6, 12, 160, 120}, {4, 3, APipeBuffer::GraphicMemory});
+    EXPECT_TRUE(logged(ANDROID_LOG_INFO, "APipeScale", "srcColorFormat 4, dstColorFormat 5"));
     EXPECT_TRUE(logged(ANDROID_LOG_INFO, "APipeScale",
                        "onInit change input (width 320, height 240) to output (width 160, "
                        "height 120)"));
@@ -125,35 +136,12 @@ TEST_F(StageTest, ScaleSetsUpItsPoolScalerAndNextStage) {
 }
 
 TEST_F(StageTest, DecompressSetsUpItsPoolConverterAndNextStage) {
-    struct Case {
-        int32_t src, target, poolFormat;
-    };
-    for (const Case& c : {Case{5, 4, 4}, {6, 12, 3}}) {
-        const sp<Listener> next = new Listener;
-        const sp<Open<APipeDecompress>> stage = new Open<APipeDecompress>(next, mClient->notify());
-        stage->init(formatOf(c.src, 640, 480), formatOf(9, 1, 2));
-        run();
-        expectFormat(next->mSrc, c.target, 640, 480);
-        expectFormat(next->mDst, 9, 1, 2);
-        std::vector<sp<APipeBuffer>> pool;
-        while (const auto buffer = stage->mBufferPool->acquireBuffer(false))
-            pool.push_back(buffer);
-        ASSERT_EQ(pool.size(), 2U);
-        EXPECT_EQ(pool[0]->getColorFormat(), c.poolFormat);
-        EXPECT_EQ(pool[0]->getMemoryType(), APipeBuffer::GraphicMemory);
-        EXPECT_EQ(pool[0]->getHeight(), 480);
-
-        next->mUpdated.clear();
-        EXPECT_EQ(stage->updateInputFormat(formatOf(c.src, 8, 8)), OK);
-        EXPECT_EQ(next->mUpdated, nullptr);
-        const sp<AMessage> other = formatOf(2, 8, 8);
-        EXPECT_EQ(stage->updateInputFormat(other), OK);
-        EXPECT_EQ(next->mUpdated, other);
-    }
-    EXPECT_THAT(calls(), testing::IsSupersetOf(
-                             {"Create(3, 6)", "Create(4, 5)", "setup(640, 480, 640, 480, 3)"}));
+    expectSetUp<APipeDecompress>({5, 9, 4, 320, 240}, {2, 4, APipeBuffer::GraphicMemory});
+    expectSetUp<APipeDecompress>({6, 9, 12, 320, 240}, {2, 3, APipeBuffer::GraphicMemory});
     EXPECT_TRUE(logged(ANDROID_LOG_INFO, "APipeDecompress",
                        "(srcColorFormat 6 -> changedFormat 12), dstColorFormat 9"));
+    EXPECT_THAT(calls(), testing::IsSupersetOf(
+                             {"Create(3, 6)", "Create(4, 5)", "setup(320, 240, 320, 240, 3)"}));
 }
 
 TEST_F(StageTest, IncompleteFormatsAreAnError) {
@@ -214,39 +202,45 @@ TEST_F(StageTest, FramesGoThroughBothStages) {
     EXPECT_EQ(all.back(), "destroyScaler()") << "a released scale stage has let its scaler go";
 }
 
-TEST_F(StageTest, AFailedFrameIsAnErrorAndStaysFirst) {
+TEST_F(StageTest, AFailedFrameIsAnErrorAndIsTriedAgainFirst) {
     const auto expectFailure = [&](const auto& stage, const char* tag, const char* log) {
+        refuse("scale");
+        refuse("convert");
         mClient->forget();
         stage->init(formatOf(APipeBuffer::Tp10Ubwc, 64, 48),
                     formatOf(APipeBuffer::Tp10Ubwc, 32, 24));
         run();
         stage->queueItem(frames(1, 11, 100));
-        run();
+        stage->queueItem(frames(2, 12, 200));
+        mScheduler.runOne();
         EXPECT_TRUE(logged(ANDROID_LOG_ERROR, tag, log));
-        EXPECT_EQ(mClient->notices().back().err, UNKNOWN_ERROR);
-        EXPECT_EQ(mClient->bufferIds(APipe::kWhatInputBufferDone), std::vector<int32_t>());
+        EXPECT_EQ(stage->queueItem(frames(3, 13, 300)), UNKNOWN_ERROR);
+        plexa::fake_vexcolor::forget();
+        run();
+        EXPECT_EQ(mClient->notices().at(1).err, UNKNOWN_ERROR);
+        EXPECT_EQ(mClient->bufferIds(APipe::kWhatOutputBufferDone), std::vector{11});
         EXPECT_EQ(stage->mWorkItems.size(), 1U);
-        EXPECT_EQ(stage->queueItem(frames(2, 12, 200)), UNKNOWN_ERROR);
     };
-    refuse("scale");
-    refuse("convert");
-    const sp<Open<APipeScale>> scale = new Open<APipeScale>(nullptr, mClient->notify());
-    expectFailure(scale, "APipeScale", "Failed to scale");
-    const sp<Open<APipeDecompress>> decompress =
-        new Open<APipeDecompress>(nullptr, mClient->notify());
-    expectFailure(decompress, "APipeDecompress", "onWork convert failed");
+    expectFailure(sp<Open<APipeScale>>(new Open<APipeScale>(nullptr, mClient->notify())),
+                  "APipeScale", "Failed to scale");
+    expectFailure(sp<Open<APipeDecompress>>(new Open<APipeDecompress>(nullptr, mClient->notify())),
+                  "APipeDecompress", "onWork convert failed");
 }
 
 TEST_F(StageTest, ANewInputFormatIsHandedOn) {
     const sp<Listener> next = new Listener;
-    const sp<APipe> scale = new APipeScale(next, mClient->notify());
-    const sp<AMessage> format = formatOf(2, 8, 8);
-    EXPECT_EQ(scale->updateInputFormat(format), OK);
-    EXPECT_EQ(next->mUpdated, format);
-    EXPECT_TRUE(logged(ANDROID_LOG_INFO, "APipeScale", "updateInputFormat"));
-
-    const sp<APipe> decompress = new APipeDecompress(nullptr, mClient->notify());
-    EXPECT_EQ(decompress->updateInputFormat(format), OK);
+    const sp<APipe> decompress = new APipeDecompress(next, mClient->notify());
+    const sp<APipe> scale = new APipeScale(decompress, mClient->notify());
+    decompress->init(formatOf(APipeBuffer::Nv12Ubwc, 8, 8), formatOf(2, 8, 8));
+    run();
+    const sp<AMessage> same = formatOf(APipeBuffer::Nv12Ubwc, 8, 8), other = formatOf(2, 8, 8);
+    EXPECT_EQ(scale->updateInputFormat(same), OK);
+    EXPECT_EQ(next->mUpdated, nullptr);
+    EXPECT_EQ(scale->updateInputFormat(other), OK);
+    EXPECT_EQ(next->mUpdated, other);
+    for (const char* tag : {"APipeScale", "APipeDecompress"}) {
+        EXPECT_EQ(mLog.count(ANDROID_LOG_INFO, tag, "updateInputFormat"), 2U);
+    }
     EXPECT_EQ(decompress->updateInputFormat(new AMessage), BAD_VALUE);
     EXPECT_EQ(decompress->updateInputFormat(nullptr), BAD_VALUE);
     EXPECT_EQ(mLog.count(ANDROID_LOG_ERROR, "APipeDecompress", "colorformat couldn't be found"),

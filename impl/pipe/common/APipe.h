@@ -69,13 +69,12 @@ class PLEXA_EXPORT APipe : public AHandler {
 public:
     /// The "what" of a notice: four characters, the first in the most significant byte.
     enum Notice : int32_t {
-        kWhatError = 0x6b706572,            ///< 'kper': "err" (int32), a status
-        kWhatInputBufferDone = 0x6b656274,  ///< 'kebt': "bufferId", "surfaceId" (int32, -1 if none)
-        kWhatOutputBufferDone =
-            0x6b666263,                    ///< 'kfbc': "bufferId", "timeUs" (int64), "flag" (int32)
-        kWhatExtraData = 0x65744461,       ///< 'etDa': "extra_data" (buffer)
-        kWhatInitCompleted = 0x6b496370,   ///< 'kIcp'
-        kWhatFlushCompleted = 0x6b466370,  ///< 'kFcp'
+        kWhatError = 0x6b706572,             ///< 'kper': int32 "err", a status
+        kWhatInputBufferDone = 0x6b656274,   ///< 'kebt': int32 "bufferId", "surfaceId" (-1: none)
+        kWhatOutputBufferDone = 0x6b666263,  ///< 'kfbc': int32 "bufferId", "flag"; int64 "timeUs"
+        kWhatExtraData = 0x65744461,         ///< 'etDa': buffer "extra_data"
+        kWhatInitCompleted = 0x6b496370,     ///< 'kIcp'
+        kWhatFlushCompleted = 0x6b466370,    ///< 'kFcp'
         kWhatReleaseCompleted = 0x6b526370,  ///< 'kRcp'
     };
 
@@ -85,41 +84,38 @@ public:
         kBufferWithFrame = 1,     ///< holds the frame of "timeUs", in microseconds
     };
 
-    /// @param next   the stage that gets this one's outputs; null for the last stage of a chain.
-    /// @param notify copied for each notice; may be null, then nothing is posted.
-    /// @param name   names the thread and the stage in log lines and traces.
+    /// next gets this stage's outputs; the last stage of a chain has none. notify is copied for
+    /// each notice; without it nothing is posted. name is the stage's in log lines and traces, and
+    /// its thread's with "_Looper" appended.
     APipe(const sp<APipe>& next, const sp<AMessage>& notify, const std::string& name);
 
     APipe(const APipe&) = delete;
     APipe& operator=(const APipe&) = delete;
 
-    /// Replaces the pairing policy; with null every queued item counts as complete. Before init
-    /// only.
+    /// Replaces the pairing policy; with null every queued item counts as complete. Not once init
+    /// has been called.
     void setItemGenerator(const sp<APipeItemGenerator>& generator);
 
     /// Starts the looper and, on it, onInit of this stage and then of the next one. An
     /// init-completed notice of the last stage or an error notice tells the outcome. Items are
     /// refused until then.
     ///
-    /// @param src,dst the formats: int32 "colorformat" (an APipeBuffer::ColorFormat), "width" and
-    ///                "height" in pixels. The stages keep them: leave them alone afterwards.
-    /// @return OK; INVALID_OPERATION while the looper runs, that is, unless this is the first init
-    /// or
-    ///         a release has completed; UNKNOWN_ERROR if the looper's thread cannot be started.
+    /// The formats have int32 "colorformat" (an APipeBuffer::ColorFormat), "width" and "height" in
+    /// pixels. The stages keep them: leave them alone afterwards.
+    ///
+    /// OK; INVALID_OPERATION while the looper runs, that is, until a release has completed;
+    /// UNKNOWN_ERROR if the looper's thread cannot be started.
     status_t init(const sp<AMessage>& src, const sp<AMessage>& dst);
 
     /// Queues an input, an output, or both when there is no generator. The stage keeps a reference
     /// until the buffers come home.
     ///
-    /// @return OK; BAD_VALUE for null; UNKNOWN_ERROR before the stage's onInit has succeeded and
-    /// after
-    ///         an error; INVALID_OPERATION after release. If not OK, nothing is kept and no notice
-    ///         comes.
+    /// OK; BAD_VALUE for null; UNKNOWN_ERROR before the stage's onInit has succeeded and after an
+    /// error; INVALID_OPERATION after a release. If not OK, nothing is kept and no notice comes.
     status_t queueItem(const sp<APipeItem>& item);
 
-    /// Queues a frame's metadata for the generator: int64 "timeUs" and buffer "frameMeta".
-    ///
-    /// @return as queueItem; BAD_VALUE also without one of the two fields.
+    /// Queues a frame's metadata for the generator: int64 "timeUs" and buffer "frameMeta". The
+    /// status is as queueItem's; BAD_VALUE also without one of the two fields.
     status_t queueItemMeta(const sp<AMessage>& meta);
 
     /// Forgets all that is queued in the chain. Nothing queued before is worked on after it.
@@ -137,8 +133,8 @@ public:
     status_t setParameter(int key, const std::string& value);
     status_t setParameter(int key, const sp<AMessage>& value);
 
-    /// Replaces the ranges of this stage. Inputs pending in its generator get the operation of
-    /// theirs.
+    /// Replaces the ranges of this stage. The inputs that its generator holds get the operation of
+    /// the range that they lie in.
     void setRangeInfos(const std::vector<APipeRangeInfo>& infos);
 
     /// The last stage of the chain that starts here; the stage itself if there is no next one.
@@ -153,9 +149,7 @@ public:
     void setBufferGeneration();
 
     /// Tells the chain that the format of its inputs has changed. Runs on the calling thread, after
-    /// the init-completed notice.
-    ///
-    /// @return INVALID_OPERATION here: a stage that cares overrides it.
+    /// the init-completed notice. INVALID_OPERATION here: a stage that cares overrides it.
     virtual status_t updateInputFormat(const sp<AMessage>& format);
 
 protected:
@@ -210,9 +204,7 @@ protected:
 
     /// Makes the pool of this stage's outputs, in place of an earlier one; for onInit. The format
     /// asked for decides the pool's format and memory. The last stage needs none: its client
-    /// supplies outputs.
-    ///
-    /// @return OK, or UNKNOWN_ERROR if the pool cannot be set up.
+    /// supplies outputs. OK, or UNKNOWN_ERROR if the pool cannot be set up.
     status_t setBufferInfo(int bufferCount, int width, int height,
                            APipeBuffer::ColorFormat colorFormat, bool useWaitBufferPool);
 
@@ -225,8 +217,7 @@ protected:
 
     /// Puts the stage in error and tells the client. Any thread.
     void notifyError(int err);
-    /// Sends an input home that the stage is done with: a client's in a notice, a pool's by its
-    /// reply.
+    /// Sends home an input that the stage is done with: a client's in a notice, a pool's by reply.
     void notifyInputBufferDone(const sp<APipeBuffer>& buffer);
     /// Sends an output on: with a frame to the next stage (the base onWork does it) or, from the
     /// last stage, to the client; without a frame home. One marked "use-wait-buffer" overtakes

@@ -28,15 +28,13 @@ public:
     APipeCLConverter& operator=(const APipeCLConverter&) = delete;
 
     /// Makes and sets up the library's converter. Of "src" it reads "colorformat", "width" and
-    /// "height", of "dst" only "colorformat": the output has the source's size.
-    ///
-    /// @return OK; BAD_VALUE without "src" or "dst", or without a width or height of at least 1;
-    ///         UNKNOWN_ERROR without a colour format, for another destination format, or when the
-    ///         library refuses.
+    /// "height", of "dst" only "colorformat": the output has the source's size. OK; BAD_VALUE
+    /// without "src" or "dst", or without a width or height of at least 1; UNKNOWN_ERROR without a
+    /// colour format, for another destination format, or when the library refuses.
     status_t init(const sp<AMessage>& msg) override;
 
-    /// @return OK when the library has filled output; UNKNOWN_ERROR when it refuses, before a
-    ///         successful init, or when a buffer is not in graphics memory.
+    /// OK when the library has filled output; UNKNOWN_ERROR when it refuses, before a successful
+    /// init, or when a buffer is not in graphics memory.
     status_t convert(const sp<APipeBuffer>& input, const sp<APipeBuffer>& output) override;
 
     void reset() override;

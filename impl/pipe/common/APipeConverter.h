@@ -19,7 +19,7 @@ namespace android {
 /// convert once a frame, reset, destruction. After reset only a new init makes the converter usable
 /// again.
 ///
-/// Threading: no lock inside. One stage owns a converter and calls it on its looper thread only.
+/// Threading: reentrant; a stage calls its converter on its looper only.
 class PLEXA_EXPORT APipeConverter {
 public:
     enum ConverterType : int32_t {
@@ -44,9 +44,8 @@ public:
 
     /// Prepares the converter. What an earlier init made is released first.
     ///
-    /// @param msg holds the messages "src" and "dst"; each engine says which of their keys it
-    /// reads.
-    /// @return OK, or a negative status after which convert must not be called.
+    /// msg holds the messages "src" and "dst"; each engine says which of their keys it reads. OK,
+    /// or a negative status after which convert must not be called.
     virtual status_t init(const sp<AMessage>& msg) = 0;
 
     /// Fills output with input in the destination's format. A failure concerns this frame only.

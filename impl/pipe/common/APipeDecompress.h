@@ -24,9 +24,7 @@ public:
     APipeDecompress(const sp<APipe>& next, const sp<AMessage>& notify);
 
     /// Hands a format whose "colorformat" is not this stage's to the next stage; this one does not
-    /// change.
-    ///
-    /// @return OK; BAD_VALUE without "colorformat".
+    /// change. OK; BAD_VALUE without "colorformat".
     status_t updateInputFormat(const sp<AMessage>& format) override;
 
 protected:

@@ -21,7 +21,7 @@ public:
         int32_t height = 0;  ///< in pixels
     };
 
-    /// @param tag under which faults are logged; must outlive the reader.
+    /// Faults are logged under tag, which must outlive the reader.
     APipeFormatReader(const char* tag, const sp<AMessage>& msg);
 
     bool hasBoth() const { return mSrc != nullptr && mDst != nullptr; }

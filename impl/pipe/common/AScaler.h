@@ -18,7 +18,7 @@ namespace android {
 /// The order of calls is Create, init, scale once a frame, deinit, destruction. deinit may be
 /// called at any time and more than once; after it, init makes the scaler usable again.
 ///
-/// Threading: no lock inside. One stage owns a scaler and calls it on its looper thread only.
+/// Threading: reentrant; a stage calls its scaler on its looper only.
 class PLEXA_EXPORT AScaler {
 public:
     enum ScalerType : int32_t {
@@ -35,9 +35,9 @@ public:
     /// Prepares the scaler for frames of one source and one destination format. What an earlier
     /// init made is released first.
     ///
-    /// @param msg holds the messages "src" and "dst", each with the int32 "colorformat" (an
-    ///            APipeBuffer::ColorFormat), "width" and "height" in pixels. Only read.
-    /// @return OK, or a negative status after which scale must not be called.
+    /// msg holds the messages "src" and "dst", each with the int32 "colorformat" (an
+    /// APipeBuffer::ColorFormat), "width" and "height" in pixels. Only read. OK, or a negative
+    /// status after which scale must not be called.
     virtual status_t init(const sp<AMessage>& msg) = 0;
 
     /// Fills output with input at the destination's size. A failure concerns this frame only.

@@ -28,15 +28,12 @@ public:
 
     /// Loads the library and makes its scaler. The library is told the source's colour format for
     /// both sides: scaling does not convert. A different destination format is warned of in the
-    /// log.
-    ///
-    /// @return OK; BAD_VALUE without "src" or "dst", or without a width or height of at least 1;
-    ///         UNKNOWN_ERROR without a colour format, library or entry point, or when the library
-    ///         refuses.
+    /// log. OK; BAD_VALUE without "src" or "dst", or without a width or height of at least 1;
+    /// UNKNOWN_ERROR without a colour format, library or entry point, or when the library refuses.
     status_t init(const sp<AMessage>& msg) override;
 
-    /// @return OK when the library has filled output; UNKNOWN_ERROR when it refuses, before a
-    ///         successful init, or when a buffer is not in graphics memory.
+    /// OK when the library has filled output; UNKNOWN_ERROR when it refuses, before a successful
+    /// init, or when a buffer is not in graphics memory.
     status_t scale(const sp<APipeBuffer>& input, const sp<APipeBuffer>& output) override;
 
     void deinit() override;
