@@ -13,6 +13,8 @@ namespace android {
 /// A size that is missing or below 1 is named in the log; for the other findings each caller has a
 /// log line of its own.
 ///
+/// For the sources of this library only: it is not exported.
+///
 /// Threading: reentrant. The messages are only read.
 class APipeFormatReader {
 public:
