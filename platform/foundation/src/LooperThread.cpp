@@ -7,6 +7,7 @@
 #include <log/log.h>
 
 #include <algorithm>
+#include <cstdlib>
 #include <cstring>
 #include <mutex>
 #include <utility>
@@ -21,15 +22,20 @@ namespace {
 constexpr size_t kKernelNameLength = 15;
 
 // Threads whose looper went inside one of their own messages: nobody is left to join them. Each
-// is joined when it has ended and another one comes, or at the end of the process.
+// is joined when it has ended and another one comes, or at the end of the process; those that come
+// even later are left to the system. Never destroyed, for they may come at any time.
 // Threading: thread-safe.
 class Orphans {
 public:
-    ~Orphans() { joinAll(mThreads); }
+    static Orphans& get() {
+        static Orphans* const instance = new Orphans;
+        return *instance;
+    }
 
     void adopt(sp<LooperThread> thread) {
         std::vector<sp<LooperThread>> ended;
         const std::lock_guard lock(mLock);
+        if (mProcessEnds) return thread->detach();
         const auto firstEnded = std::stable_partition(mThreads.begin(), mThreads.end(),
                                                       [](const auto& t) { return !t->hasEnded(); });
         std::move(firstEnded, mThreads.end(), std::back_inserter(ended));
@@ -39,19 +45,27 @@ public:
     }
 
 private:
+    Orphans() {
+        std::atexit([] { get().joinAtExit(); });
+    }
+
+    void joinAtExit() {
+        std::unique_lock lock(mLock);
+        mProcessEnds = true;
+        const std::vector<sp<LooperThread>> last = std::exchange(mThreads, {});
+        lock.unlock();
+        joinAll(last);
+    }
+
     static void joinAll(const std::vector<sp<LooperThread>>& threads) {
         for (const auto& thread : threads)
             thread->join();
     }
 
     std::mutex mLock;
+    bool mProcessEnds = false;               // guarded by mLock
     std::vector<sp<LooperThread>> mThreads;  // guarded by mLock
 };
-
-Orphans& orphans() {
-    static Orphans instance;
-    return instance;
-}
 
 }  // namespace
 
@@ -108,15 +122,19 @@ void LooperThread::finish() {
     if (!isCurrent()) {
         join();
     } else if (mOwnThread) {
-        orphans().adopt(this);
+        Orphans::get().adopt(this);
     }
+}
+
+void LooperThread::detach() {
+    pthread_detach(mThread);
 }
 
 void LooperThread::join() {
     if (!mOwnThread) {
         mEnded.wait(false);
     } else if (pthread_equal(mThread, pthread_self()) != 0) {
-        pthread_detach(mThread);  // the process is ended by a message
+        detach();  // the process is ended by a message
     } else {
         pthread_join(mThread, nullptr);
     }

@@ -24,8 +24,9 @@ public:
     void run();
     // Whether the loop is over and its queue dropped.
     bool hasEnded() const { return mEnded.load(); }
-    // Waits for the end; once only.
+    // Waits for the end, or leaves the thread to end by itself; one of them, once only.
     void join();
+    void detach();
 
     bool isCurrent() const override;
     void finish() override;
