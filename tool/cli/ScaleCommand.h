@@ -1,0 +1,43 @@
+// The command line of `plexa scale`.
+#pragma once
+
+#include <CLI/CLI.hpp>
+
+#include <string>
+
+#include "job/ScaleJob.h"
+
+namespace plexa {
+
+/** The program's exit statuses. */
+inline constexpr int kExitDone = 0;
+inline constexpr int kExitFailed = 1;
+inline constexpr int kExitUsage = 2;
+
+/**
+ * Declares the options of `plexa scale`, checks them against each other and runs the job.
+ *
+ * Threading: reentrant.
+ */
+class ScaleCommand {
+public:
+    /** Adds the subcommand to `program`, which is borrowed. */
+    explicit ScaleCommand(CLI::App* program);
+
+    bool isChosen() const { return mCommand->parsed(); }
+
+    /** After the command line is parsed. Prints the summary or one error line; the exit status. */
+    int run();
+
+private:
+    Status checkOptions() const;
+    void report(const JobReport& report) const;
+
+    CLI::App* mCommand;
+    ScaleRequest mRequest;
+    bool mJson = false;
+    bool mQuiet = false;
+    bool mVerbose = false;
+};
+
+}  // namespace plexa

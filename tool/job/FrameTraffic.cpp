@@ -1,0 +1,120 @@
+// Which buffer is where, and why a job ends.
+#include "job/FrameTraffic.h"
+
+#include "base/Text.h"
+#include "job/LibraryLog.h"
+
+namespace plexa {
+namespace {
+
+constexpr std::chrono::seconds kPatience{60};
+constexpr std::chrono::seconds kCheckInterval{1};
+
+}  // namespace
+
+FrameTraffic::FrameTraffic(int inputs) {
+    for (int id = 0; id < inputs; ++id)
+        mFreeInputs.push_back(id);
+}
+
+// The chain owes a frame while it has one together with a buffer to put it into.
+bool FrameTraffic::isOverdueLocked() const {
+    return !mInChain.empty() && mOutputsInChain > 0 && Clock::now() - mLastActivity > kPatience;
+}
+
+template <typename Condition>
+bool FrameTraffic::wait(std::unique_lock<std::mutex>* lock, Condition isThere) {
+    while (mFailure.isOk() && !isThere()) {
+        mChanged.wait_for(*lock, kCheckInterval);
+        if (isOverdueLocked()) {
+            failLocked(Status::error(text("the pipe has been silent for %d seconds",
+                                          static_cast<int>(kPatience.count()))));
+        }
+    }
+    return mFailure.isOk();
+}
+
+bool FrameTraffic::takeFreeInput(int* bufferId) {
+    std::unique_lock lock(mLock);
+    if (!wait(&lock, [this] { return !mFreeInputs.empty(); })) return false;
+    *bufferId = mFreeInputs.front();
+    mFreeInputs.pop_front();
+    return true;
+}
+
+void FrameTraffic::enter(FrameTime time, int64_t timeUs, bool isEnd) {
+    std::scoped_lock lock(mLock);
+    mLastActivity = Clock::now();
+    mInChain.push_back({time, timeUs, isEnd, mLastActivity});
+}
+
+void FrameTraffic::inputQueued(FrameTime time, int64_t timeUs) {
+    enter(time, timeUs, false);
+}
+
+void FrameTraffic::endQueued(int64_t timeUs) {
+    enter({}, timeUs, true);
+}
+
+bool FrameTraffic::takeFilledOutput(FilledOutput* output) {
+    std::unique_lock lock(mLock);
+    if (!wait(&lock, [this] { return !mFilled.empty(); })) return false;
+    *output = mFilled.front();
+    mFilled.pop_front();
+    return true;
+}
+
+void FrameTraffic::outputQueued() {
+    std::scoped_lock lock(mLock);
+    mLastActivity = Clock::now();
+    ++mOutputsInChain;
+}
+
+void FrameTraffic::onInputDone(int bufferId) {
+    std::scoped_lock lock(mLock);
+    mLastActivity = Clock::now();
+    mFreeInputs.push_back(bufferId);
+    mChanged.notify_all();
+}
+
+void FrameTraffic::onOutputDone(int bufferId, int64_t timeUs, bool hasFrame) {
+    std::scoped_lock lock(mLock);
+    mLastActivity = Clock::now();
+    --mOutputsInChain;
+    if (!hasFrame) return failLocked(Status::error("the pipe dropped a frame"));
+    if (mInChain.empty() || mInChain.front().timeUs != timeUs) {
+        return failLocked(Status::error(text("the pipe gave out a frame of %lld us out of order",
+                                             static_cast<long long>(timeUs))));
+    }
+    const FrameInChain frame = mInChain.front();
+    mInChain.pop_front();
+    mFilled.push_back({bufferId, frame.time, frame.isEnd});
+    if (!frame.isEnd) mChainTimes.add(mLastActivity - frame.queued);
+    mChanged.notify_all();
+}
+
+void FrameTraffic::onChainError(int status) {
+    fail(Status::error(withLibraryError(text("the pipe failed with status %d", status))));
+}
+
+void FrameTraffic::fail(const Status& status) {
+    std::scoped_lock lock(mLock);
+    failLocked(status);
+}
+
+void FrameTraffic::failLocked(const Status& status) {
+    if (mFailure.isOk()) mFailure = status;
+    mChanged.notify_all();
+}
+
+Status FrameTraffic::failure() const {
+    std::scoped_lock lock(mLock);
+    return mFailure;
+}
+
+DurationSummary FrameTraffic::chainTimes() const {
+    std::scoped_lock lock(mLock);
+    return mChainTimes.summary();
+}
+
+}  // namespace plexa

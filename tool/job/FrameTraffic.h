@@ -1,0 +1,90 @@
+// Which buffer is where, and why a job ends.
+#pragma once
+
+#include <chrono>
+#include <condition_variable>
+#include <cstdint>
+#include <deque>
+#include <mutex>
+
+#include "base/DurationHistogram.h"
+#include "base/Status.h"
+#include "job/NoticeHandler.h"
+#include "media/VideoFormat.h"
+
+namespace plexa {
+
+/**
+ * The meeting point of a job's threads: the one that feeds the chain waits here for a free input
+ * buffer, the one that drains it for a filled output buffer, and the chain's notices give them out.
+ * The first failure, wherever it happens, ends both waits. So does a chain that owes a frame and is
+ * silent for a minute: no wait is for ever.
+ *
+ * Frames leave the chain in the order in which they entered it; their exact times stay here
+ * meanwhile, and what the chain says of a frame is checked against them.
+ *
+ * Threading: thread-safe.
+ */
+class FrameTraffic final : public NoticeListener {
+public:
+    /** Input buffers have the ids from 0 to `inputs` - 1, all free at first. */
+    explicit FrameTraffic(int inputs);
+
+    /** Waits for a free input buffer; false once the job has failed. */
+    bool takeFreeInput(int* bufferId);
+    /** An input is about to be queued: a frame with its times, or the mark of the end. */
+    void inputQueued(FrameTime time, int64_t timeUs);
+    void endQueued(int64_t timeUs);
+
+    struct FilledOutput {
+        int bufferId = -1;
+        FrameTime time;
+        bool isEnd = false;  // the mark of the end, not a frame
+    };
+
+    /** Waits for the next filled output buffer; false once the job has failed. */
+    bool takeFilledOutput(FilledOutput* output);
+    /** An output buffer is about to be queued. */
+    void outputQueued();
+
+    /** Ends the job with this error, unless it has failed before. */
+    void fail(const Status& status);
+    /** The first failure; a Status that is OK without one. */
+    Status failure() const;
+
+    /** How long frames took from being queued to their output's notice. */
+    DurationSummary chainTimes() const;
+
+    void onInputDone(int bufferId) override;
+    void onOutputDone(int bufferId, int64_t timeUs, bool hasFrame) override;
+    void onChainError(int status) override;
+
+private:
+    using Clock = std::chrono::steady_clock;
+
+    struct FrameInChain {
+        FrameTime time;
+        int64_t timeUs;
+        bool isEnd;
+        Clock::time_point queued;
+    };
+
+    void enter(FrameTime time, int64_t timeUs, bool isEnd);
+    template <typename Condition>
+    bool wait(std::unique_lock<std::mutex>* lock, Condition isThere);
+    void failLocked(const Status& status);
+    bool isOverdueLocked() const;
+
+    mutable std::mutex mLock;
+    std::condition_variable mChanged;
+    // All below is guarded by mLock.
+    std::deque<int> mFreeInputs;
+    std::deque<FrameInChain> mInChain;
+    std::deque<FilledOutput> mFilled;
+    int mOutputsInChain = 0;
+    Clock::time_point mLastActivity = Clock::now();
+    DurationHistogram mChainTimes;
+    Status mFailure;
+};
+
+}  // namespace plexa

@@ -1,0 +1,64 @@
+// The client's ear: takes the notices of all stages of a chain.
+#include "job/NoticeHandler.h"
+
+#include <chrono>
+
+namespace plexa {
+
+using android::AMessage;
+using android::APipe;
+using android::sp;
+
+namespace {
+
+// Far longer than a stage takes to start or to end, even under a sanitizer.
+constexpr std::chrono::seconds kDeadline{60};
+
+}  // namespace
+
+bool NoticeHandler::waitForInit() {
+    waitForEither(APipe::kWhatInitCompleted, APipe::kWhatError);
+    std::scoped_lock lock(mLock);
+    return mNotices.contains(APipe::kWhatInitCompleted);
+}
+
+void NoticeHandler::waitForRelease() {
+    waitForEither(APipe::kWhatReleaseCompleted, APipe::kWhatReleaseCompleted);
+}
+
+void NoticeHandler::waitForEither(APipe::Notice one, APipe::Notice other) {
+    std::unique_lock lock(mLock);
+    mArrived.wait_for(lock, kDeadline,
+                      [&] { return mNotices.contains(one) || mNotices.contains(other); });
+}
+
+void NoticeHandler::keep(int32_t notice) {
+    std::scoped_lock lock(mLock);
+    mNotices.insert(notice);
+    mArrived.notify_all();
+}
+
+void NoticeHandler::onMessageReceived(const sp<AMessage>& msg) {
+    int32_t what = 0;
+    int32_t bufferId = -1;
+    int32_t detail = 0;
+    int64_t timeUs = -1;
+    msg->findInt32("what", &what);
+    msg->findInt32("bufferId", &bufferId);
+    switch (what) {
+        case APipe::kWhatInputBufferDone:
+            return mListener->onInputDone(bufferId);
+        case APipe::kWhatOutputBufferDone:
+            msg->findInt64("timeUs", &timeUs);
+            msg->findInt32("flag", &detail);
+            return mListener->onOutputDone(bufferId, timeUs, detail == APipe::kBufferWithFrame);
+        case APipe::kWhatError:
+            msg->findInt32("err", &detail);
+            mListener->onChainError(detail);
+            return keep(what);
+        default:
+            return keep(what);
+    }
+}
+
+}  // namespace plexa

@@ -1,0 +1,81 @@
+// The client's side of a chain that decompresses and scales.
+#include "job/ScaleChain.h"
+
+#include <APipeDecompress.h>
+#include <APipeItemGenerator.h>
+#include <APipeScale.h>
+
+#include <utility>
+
+#include "base/Text.h"
+#include "job/FrameBuffers.h"
+#include "job/LibraryLog.h"
+
+namespace plexa {
+
+using android::AMessage;
+using android::APipe;
+using android::APipeBuffer;
+using android::APipeItem;
+using android::sp;
+
+namespace {
+
+sp<APipe> withGenerator(const sp<APipe>& stage, const char* name) {
+    stage->setItemGenerator(new android::APipeItemGenerator(name));
+    return stage;
+}
+
+Status queued(android::status_t result, const char* what) {
+    if (result == android::OK) return {};
+    return Status::error(text("the pipe refused an %s (status %d)", what, result));
+}
+
+}  // namespace
+
+Status ScaleChain::start(const Sizes& sizes, NoticeListener* listener) {
+    mLooper = new android::ALooper();
+    mLooper->setName("plexa_notices");
+    mLooper->start();
+    mHandler = new NoticeHandler(listener);
+    mLooper->registerHandler(mHandler);
+    sp<AMessage> notify = new AMessage(0, mHandler);
+    mLast = withGenerator(new android::APipeScale(nullptr, notify), "plexa_scale");
+    mFirst = withGenerator(new android::APipeDecompress(mLast, notify), "plexa_decompress");
+    android::status_t result = mFirst->init(
+        formatMessage(compressedFormat(sizes.bitDepth), sizes.sourceWidth, sizes.sourceHeight),
+        formatMessage(linearFormat(sizes.bitDepth), sizes.width, sizes.height));
+    mStarted = result == android::OK && mHandler->waitForInit();
+    if (mStarted) return {};
+    return Status::error(
+        withLibraryError(text("the pipe cannot scale %dx%d to %dx%d", sizes.sourceWidth,
+                              sizes.sourceHeight, sizes.width, sizes.height)));
+}
+
+Status ScaleChain::queueInput(const sp<APipeBuffer>& input) {
+    sp<APipeItem> item = new APipeItem();
+    item->mInput = input;
+    return queued(mFirst->queueItem(item), "input");
+}
+
+Status ScaleChain::queueOutput(const sp<APipeBuffer>& output) {
+    sp<APipeItem> item = new APipeItem();
+    item->mOutput = output;
+    return queued(mLast->queueItem(item), "output");
+}
+
+void ScaleChain::stop() {
+    // Only a chain that has come up as a whole completes a release with a notice.
+    if (std::exchange(mStarted, false)) {
+        mFirst->release();
+        mHandler->waitForRelease();
+    }
+    // The stages go before the looper that hears them.
+    mFirst.clear();
+    mLast.clear();
+    if (mLooper != nullptr) mLooper->stop();
+    mLooper.clear();
+    mHandler.clear();
+}
+
+}  // namespace plexa

@@ -1,0 +1,51 @@
+// How long each stage works on a frame, from the platform's trace events.
+#pragma once
+
+#include <host/TraceSink.h>
+
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "base/DurationHistogram.h"
+
+namespace plexa {
+
+/** The work of one stage over a job. */
+struct StageTime {
+    std::string name;
+    DurationSummary work;
+};
+
+/**
+ * Listens to the platform's trace and sums up the sections named like the given stages. Installs
+ * itself for its lifetime; it must outlive the stages, which may be inside a section.
+ *
+ * Threading: thread-safe.
+ */
+class StageTimes final : public android::host::TraceSink {
+public:
+    explicit StageTimes(std::vector<std::string> stages);
+    ~StageTimes();
+    StageTimes(const StageTimes&) = delete;
+    StageTimes& operator=(const StageTimes&) = delete;
+
+    std::vector<StageTime> summary() const;
+
+    void begin(const char* name) override;
+    void end() override;
+    void asyncBegin(const char* /*name*/, int32_t /*cookie*/) override {}
+    void asyncEnd(const char* /*name*/, int32_t /*cookie*/) override {}
+    void counter(const char* /*name*/, int64_t /*value*/) override {}
+
+private:
+    struct Stage {
+        std::string name;
+        DurationHistogram work;
+    };
+
+    mutable std::mutex mLock;
+    std::vector<Stage> mStages;  // the names never change; the times are guarded by mLock
+};
+
+}  // namespace plexa

@@ -1,0 +1,44 @@
+// The plexa command.
+#include <fcntl.h>
+
+#include <csignal>
+#include <cstdio>
+
+#include "cli/ScaleCommand.h"
+
+namespace {
+
+// Without this, the first file that is opened would take the place of a closed standard stream.
+void openStandardStreams() {
+    int fd = 0;
+    while (fd >= 0 && fd <= 2)
+        fd = open("/dev/null", O_RDWR);
+}
+
+// A closed pipe or a file that grew too large is an error of the write, told like any other.
+void ignoreWriteSignals() {
+    std::signal(SIGPIPE, SIG_IGN);
+    std::signal(SIGXFSZ, SIG_IGN);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    openStandardStreams();
+    ignoreWriteSignals();
+    CLI::App program("Runs real video through chains of asynchronous stages.", "plexa");
+    program.set_version_flag("--version", "plexa " PLEXA_VERSION);
+    program.require_subcommand(0, 1);
+    plexa::ScaleCommand scale(&program);
+    try {
+        program.parse(argc, argv);
+    } catch (const CLI::Success& helpOrVersion) {
+        return program.exit(helpOrVersion);
+    } catch (const CLI::ParseError& error) {
+        std::fprintf(stderr, "plexa: %s\n", error.what());
+        return plexa::kExitUsage;
+    }
+    if (scale.isChosen()) return scale.run();
+    std::fprintf(stderr, "plexa: a command is missing: scale (see plexa --help)\n");
+    return plexa::kExitUsage;
+}

@@ -1,0 +1,48 @@
+// Owners for the objects of FFmpeg's libraries.
+#pragma once
+
+extern "C" {
+#include <libavcodec/avcodec.h>
+#include <libavformat/avformat.h>
+#include <libswscale/swscale.h>
+}
+
+#include <memory>
+
+namespace plexa {
+
+/** Frees what FFmpeg's libraries allocated, each type with its own call. */
+struct AvDelete {
+    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
+    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
+    void operator()(AVCodecContext* codec) const { avcodec_free_context(&codec); }
+    void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
+};
+
+/** Closes a format context that was opened for reading. */
+struct AvCloseInput {
+    void operator()(AVFormatContext* input) const { avformat_close_input(&input); }
+};
+
+/** Frees a format context for writing; its AVIOContext is not its own. */
+struct AvFreeOutput {
+    void operator()(AVFormatContext* output) const { avformat_free_context(output); }
+};
+
+/** Frees an AVIOContext with the buffer that it has by then, which need not be the first one. */
+struct AvFreeIo {
+    void operator()(AVIOContext* io) const {
+        av_freep(&io->buffer);
+        avio_context_free(&io);
+    }
+};
+
+using FramePtr = std::unique_ptr<AVFrame, AvDelete>;
+using PacketPtr = std::unique_ptr<AVPacket, AvDelete>;
+using CodecPtr = std::unique_ptr<AVCodecContext, AvDelete>;
+using ScalerPtr = std::unique_ptr<SwsContext, AvDelete>;
+using InputPtr = std::unique_ptr<AVFormatContext, AvCloseInput>;
+using OutputPtr = std::unique_ptr<AVFormatContext, AvFreeOutput>;
+using IoPtr = std::unique_ptr<AVIOContext, AvFreeIo>;
+
+}  // namespace plexa

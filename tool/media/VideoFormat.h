@@ -1,0 +1,44 @@
+// What a stream of frames is, and when its frames are shown.
+#pragma once
+
+extern "C" {
+#include <libavutil/pixfmt.h>
+#include <libavutil/rational.h>
+}
+
+#include <array>
+#include <cstdint>
+#include <optional>
+
+namespace plexa {
+
+/** Largest width and height that the tool takes or makes, in pixels. */
+inline constexpr int kMaxSide = 16384;
+
+/** When a frame is shown and for how long, in units of its stream's VideoFormat::timeBase. */
+struct FrameTime {
+    int64_t pts = 0;
+    int64_t duration = 0;  // 0 if not known
+};
+
+/** A stream of 4:2:0 frames: its size, sample depth, rate and the tags that players go by. */
+struct VideoFormat {
+    int width = 0;     // pixels
+    int height = 0;    // pixels
+    int bitDepth = 8;  // 8 or 10
+
+    AVRational timeBase{1, 1000000};     // seconds per unit of FrameTime
+    AVRational frameRate{0, 1};          // frames per second; 0 if not known
+    AVRational sampleAspectRatio{0, 1};  // width by height of a sample; 0 if not known
+
+    AVColorRange range = AVCOL_RANGE_UNSPECIFIED;
+    AVColorPrimaries primaries = AVCOL_PRI_UNSPECIFIED;
+    AVColorTransferCharacteristic transfer = AVCOL_TRC_UNSPECIFIED;
+    AVColorSpace matrix = AVCOL_SPC_UNSPECIFIED;
+    AVChromaLocation chromaLocation = AVCHROMA_LOC_UNSPECIFIED;
+
+    std::optional<std::array<int32_t, 9>>
+        displayMatrix;  // rotation or mirroring, 16.16 fixed point
+};
+
+}  // namespace plexa
