@@ -1,0 +1,85 @@
+// Parts of the command with arithmetic of their own.
+#include <gtest/gtest.h>
+
+#include <chrono>
+#include <vector>
+
+#include "base/DurationHistogram.h"
+#include "job/PictureSize.h"
+#include "media/FrameSelection.h"
+
+namespace plexa::test {
+namespace {
+
+TEST(DurationHistogram, IsExactInTheMeanAndCloseInPercentiles) {
+    DurationHistogram histogram;
+    EXPECT_EQ(histogram.summary().count, 0);
+    // 1 us to 10 s, so that buckets of all widths are in use.
+    for (int i = 1; i <= 1000; ++i)
+        histogram.add(std::chrono::microseconds(int64_t{i} * 10000));
+    const DurationSummary summary = histogram.summary();
+    EXPECT_EQ(summary.count, 1000);
+    EXPECT_DOUBLE_EQ(summary.meanMs, 5005.0);
+    EXPECT_NEAR(summary.p50Ms, 5000, 50);
+    EXPECT_NEAR(summary.p99Ms, 9900, 99);
+}
+
+TEST(DurationHistogram, HoldsTheShortestAndTheLongest) {
+    for (int64_t nanoseconds : {int64_t{0}, int64_t{1}, int64_t{127}, int64_t{128},
+                                int64_t{1} << 40, std::numeric_limits<int64_t>::max()}) {
+        DurationHistogram histogram;
+        histogram.add(std::chrono::nanoseconds(nanoseconds));
+        const double expectedMs = static_cast<double>(nanoseconds) / 1e6;
+        EXPECT_NEAR(histogram.summary().p50Ms, expectedMs, expectedMs * 0.01);
+    }
+    DurationHistogram negative;
+    negative.add(std::chrono::nanoseconds(-5));
+    EXPECT_EQ(negative.summary().p99Ms, 0);
+}
+
+std::vector<int64_t> taken(FrameSelection selection, int64_t frames) {
+    std::vector<int64_t> result;
+    for (int64_t i = 0; i < frames && !selection.isCompleteAt(i); ++i) {
+        if (selection.take(i)) result.push_back(i);
+    }
+    return result;
+}
+
+TEST(FrameSelection, SpreadsOverAKnownLength) {
+    EXPECT_EQ(taken(FrameSelection::spread(3, 300), 300), (std::vector<int64_t>{50, 150, 250}));
+    EXPECT_EQ(taken(FrameSelection::spread(3, 4), 4), (std::vector<int64_t>{0, 2, 3}));
+    // As many frames as cells, or fewer: all of them.
+    EXPECT_EQ(taken(FrameSelection::spread(3, 3), 3), (std::vector<int64_t>{0, 1, 2}));
+    EXPECT_EQ(taken(FrameSelection::spread(3, 2), 2), (std::vector<int64_t>{0, 1}));
+}
+
+TEST(FrameSelection, ThinsOutAnUnknownLength) {
+    EXPECT_EQ(taken(FrameSelection::spread(2, 0), 20),
+              (std::vector<int64_t>{0, 1, 2, 3, 4, 6, 8, 12, 16}));
+    EXPECT_EQ(taken(FrameSelection::first(), 9), std::vector<int64_t>{0});
+    EXPECT_EQ(taken(FrameSelection::all(), 3), (std::vector<int64_t>{0, 1, 2}));
+}
+
+TEST(PictureSize, KeepsTheAspectToTheNearestPixel) {
+    struct Case {
+        PictureSize asked;
+        int sourceWidth;
+        int sourceHeight;
+        PictureSize expected;
+    };
+    for (const Case& test :
+         {Case{{1280, -1}, 1920, 1080, {1280, 720}}, Case{{-1, 720}, 1920, 1080, {1280, 720}},
+          Case{{641, -1}, 1920, 1080, {641, 361}}, Case{{-1, 16384}, 16384, 16384, {16384, 16384}},
+          Case{{10, 20}, 7, 9, {10, 20}}}) {
+        PictureSize size;
+        EXPECT_TRUE(resolve(test.asked, test.sourceWidth, test.sourceHeight, &size).isOk());
+        EXPECT_EQ(size.width, test.expected.width);
+        EXPECT_EQ(size.height, test.expected.height);
+    }
+    PictureSize size;
+    EXPECT_FALSE(resolve({16384, -1}, 2, 16384, &size).isOk());
+    EXPECT_FALSE(resolve({4, -1}, 16384, 2, &size).isOk());
+}
+
+}  // namespace
+}  // namespace plexa::test
