@@ -146,6 +146,25 @@ TEST_F(PipeCoreTest, OneLooperAtATime) {
     EXPECT_EQ(mClient->bufferIds(APipe::kWhatOutputBufferDone), std::vector{12});
 }
 
+// An init that fails on its way leaves the stages after it without a loop, at any place.
+TEST_F(PipeCoreTest, AFlushAndAReleaseCompleteAfterAFailedInit) {
+    constexpr int kTooManyBuffers = APipeBufferPool::kMaxBufferCount + 1;
+    for (const bool atFirst : {true, false}) {
+        mClient->forget();
+        const sp<TestStage> last = stage("C"), middle = stage("B", last, kTooManyBuffers),
+                            first = stage("A", middle, atFirst ? kTooManyBuffers : 2);
+        EXPECT_EQ(init(first), OK);
+        run();
+        EXPECT_EQ(mClient->count(APipe::kWhatError), 1U);
+        first->flush();
+        first->release();
+        run();
+        EXPECT_EQ(mClient->count(APipe::kWhatFlushCompleted), 1U);
+        EXPECT_EQ(mClient->count(APipe::kWhatReleaseCompleted), 1U);
+        EXPECT_EQ(last->getBufferGeneration(), 2);
+    }
+}
+
 TEST_F(PipeCoreTest, BareStagesKeepTheirItemsUntilAFlush) {
     struct Bare : APipe {
         using APipe::APipe;

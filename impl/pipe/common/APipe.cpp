@@ -212,12 +212,23 @@ status_t APipe::postStamped(const sp<AMessage>& msg, const char* operation) {
     return post(msg, operation);
 }
 
-void APipe::postAndRaiseGeneration(Message what, const char* operation) {
+status_t APipe::postAndRaiseGeneration(Message what, const char* operation) {
     const sp<AMessage> msg = newMessage(what);
     // Under one lock, so that nothing stamped with the new generation is posted ahead of msg.
     const std::lock_guard<std::mutex> lock(mLock);
-    post(msg, operation);
+    const status_t err = post(msg, operation);
     ++mGeneration;
+    return err;
+}
+
+void APipe::passOn(Message what, const char* operation, Notice completed) {
+    APipe* last = this;
+    // Stages that an init did not get to have no loop, nothing to forget and nobody to pass it on.
+    while (last->mNextPipe != nullptr) {
+        last = last->mNextPipe.get();
+        if (last->postAndRaiseGeneration(what, operation) == OK) return;
+    }
+    last->notifyCompleted(completed);
 }
 
 bool APipe::isStale(const sp<AMessage>& msg) const {
@@ -301,11 +312,7 @@ void APipe::onFlush() {
     mWorkItems.clear();
     mOutputItems.clear();
     if (mBufferPool != nullptr) mBufferPool->flush();
-    if (mNextPipe != nullptr) {
-        mNextPipe->flush();
-    } else {
-        notifyCompleted(kWhatFlushCompleted);
-    }
+    passOn(kWhatFlush, "flush", kWhatFlushCompleted);
 }
 
 void APipe::onRelease() {
@@ -315,11 +322,7 @@ void APipe::onRelease() {
     // The looper is let go before the notice can reach a client: an init that answers the notice
     // finds every stage of the chain free. From here on a new looper may be at work.
     const sp<ALooper> looper = detachLooper();
-    if (mNextPipe != nullptr) {
-        mNextPipe->release();
-    } else {
-        notifyCompleted(kWhatReleaseCompleted);
-    }
+    passOn(kWhatRelease, "release", kWhatReleaseCompleted);
     if (looper != nullptr) looper->stop();
 }
 

@@ -56,7 +56,8 @@ struct SetRangeInfosParameter : public RefBase {
 /// is the client's again.
 ///
 /// **An error** stops the intake of a stage, not its loop: it refuses items from then on; flush and
-/// release still work. To go on, release the chain and call init again.
+/// release still work, also where an init failed on the way down the chain. To go on, release the
+/// chain and call init again.
 ///
 /// **The end.** The last reference to a stage may be dropped at any time, on any thread, its own
 /// loop's included. The destructor ends the loop; messages still queued are dropped. A release
@@ -234,7 +235,8 @@ private:
     sp<AMessage> newMessage(Message what);
     status_t post(const sp<AMessage>& msg, const char* operation);
     status_t postStamped(const sp<AMessage>& msg, const char* operation);
-    void postAndRaiseGeneration(Message what, const char* operation);
+    status_t postAndRaiseGeneration(Message what, const char* operation);
+    void passOn(Message what, const char* operation, Notice completed);
     bool isStale(const sp<AMessage>& msg) const;
 
     void offerOutputBuffer();
