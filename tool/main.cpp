@@ -5,6 +5,7 @@
 #include <cstdio>
 
 #include "cli/ScaleCommand.h"
+#include "cli/SnapshotCommand.h"
 
 namespace {
 
@@ -30,6 +31,7 @@ int main(int argc, char** argv) {
     program.set_version_flag("--version", "plexa " PLEXA_VERSION);
     program.require_subcommand(0, 1);
     plexa::ScaleCommand scale(&program);
+    plexa::SnapshotCommand snapshot(&program);
     try {
         program.parse(argc, argv);
     } catch (const CLI::Success& helpOrVersion) {
@@ -39,6 +41,7 @@ int main(int argc, char** argv) {
         return plexa::kExitUsage;
     }
     if (scale.isChosen()) return scale.run();
-    std::fprintf(stderr, "plexa: a command is missing: scale (see plexa --help)\n");
+    if (snapshot.isChosen()) return snapshot.run();
+    std::fprintf(stderr, "plexa: a command is missing: scale or snapshot (see plexa --help)\n");
     return plexa::kExitUsage;
 }

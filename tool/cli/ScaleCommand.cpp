@@ -1,7 +1,6 @@
 // The command line of `plexa scale`.
 #include "cli/ScaleCommand.h"
 
-#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -27,11 +26,6 @@ constexpr const char* kOutputs =
     "for standard output (YUV4MPEG, exact samples), .png (the first frame, or --sheet). It "
     "appears under its name only when it is complete";
 
-std::string checkSize(const std::string& value) {
-    PictureSize size;
-    return parseSize(value, &size).text();
-}
-
 std::string checkSheet(const std::string& value) {
     SheetLayout sheet;
     const bool isPair = parsePair(value, &sheet.columns, &sheet.rows);
@@ -43,35 +37,13 @@ std::string checkSheet(const std::string& value) {
                 kMaxSheetSide);
 }
 
-bool isSameFile(const std::string& one, const std::string& other) {
-    struct stat first {};
-    struct stat second {};
-    return stat(one.c_str(), &first) == 0 && stat(other.c_str(), &second) == 0 &&
-           S_ISREG(first.st_mode) && first.st_dev == second.st_dev && first.st_ino == second.st_ino;
-}
-
 }  // namespace
 
 ScaleCommand::ScaleCommand(CLI::App* program)
     : mCommand(program->add_subcommand("scale", kDescription)) {
-    mCommand
-        ->add_option("INPUT", mRequest.input,
-                     "A video that FFmpeg's libraries decode, or - for YUV4MPEG on standard "
-                     "input")
-        ->required();
+    mCommand->add_option("INPUT", mRequest.input, kInputs)->required();
     mCommand->add_option("OUTPUT", mRequest.output, kOutputs)->required();
-    mCommand
-        ->add_option_function<std::string>(
-            "--size",
-            [this](const std::string& value) {
-                [[maybe_unused]] Status checked = parseSize(value, &mRequest.size);
-            },
-            text("WIDTHxHEIGHT of the output, each %d to %d; -1 for one of them keeps the "
-                 "aspect",
-                 PictureSize::kMinSide, kMaxSide))
-        ->type_name("WxH")
-        ->check(checkSize)
-        ->required();
+    addSizeOption(mCommand, &mRequest.size, "output")->required();
     mCommand
         ->add_option("--frames", mRequest.maxFrames, "Stop after N frames, 1 or more; default all")
         ->type_name("N")
@@ -104,18 +76,12 @@ Status ScaleCommand::checkOptions() const {
     if (mJson && output == "-") {
         return Status::error("--json: standard output is taken by the video");
     }
-    if (isSameFile(mRequest.input, output)) {
-        return Status::error("OUTPUT: '" + output + "' is the input itself");
-    }
-    return {};
+    return checkIsNotInput(mRequest.input, output);
 }
 
 int ScaleCommand::run() {
     Status status = checkOptions();
-    if (!status.isOk()) {
-        std::fprintf(stderr, "plexa: %s\n", status.text().c_str());
-        return kExitUsage;
-    }
+    if (!status.isOk()) return fail(status, kExitUsage);
     captureAvLog(mVerbose);
     captureLibraryLog(mVerbose);
     mRequest.showsProgress = !mQuiet && !mVerbose && isatty(STDERR_FILENO) != 0;
@@ -123,10 +89,7 @@ int ScaleCommand::run() {
     SignalWatch watch([&job] { job.cancel(); });
     JobReport result;
     status = job.run(&result);
-    if (!status.isOk()) {
-        std::fprintf(stderr, "plexa: %s\n", status.text().c_str());
-        return kExitFailed;
-    }
+    if (!status.isOk()) return fail(status, kExitFailed);
     report(result);
     return kExitDone;
 }

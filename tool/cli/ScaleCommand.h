@@ -1,18 +1,10 @@
 // The command line of `plexa scale`.
 #pragma once
 
-#include <CLI/CLI.hpp>
-
-#include <string>
-
+#include "cli/CommandLine.h"
 #include "job/ScaleJob.h"
 
 namespace plexa {
-
-/** The program's exit statuses. */
-inline constexpr int kExitDone = 0;
-inline constexpr int kExitFailed = 1;
-inline constexpr int kExitUsage = 2;
 
 /**
  * Declares the options of `plexa scale`, checks them against each other and runs the job.

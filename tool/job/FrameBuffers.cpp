@@ -50,6 +50,10 @@ sp<APipeBuffer> allocateCompressed(int bitDepth, int width, int height, int id) 
     return allocate(compressedFormat(bitDepth), pixels, width, height, id);
 }
 
+sp<APipeBuffer> allocatePicture(int width, int height) {
+    return allocate(APipeBuffer::Rgba8888, HAL_PIXEL_FORMAT_RGBA_8888, width, height, 0);
+}
+
 WritableSemiPlanarPicture pixelsOf(const sp<APipeBuffer>& buffer) {
     WritableSemiPlanarPicture pixels;
     uint8_t* unusedCr = nullptr;

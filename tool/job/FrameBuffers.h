@@ -17,6 +17,9 @@ android::sp<android::APipeBuffer> allocateLinear(int bitDepth, int width, int he
 /** As allocateLinear, in the compressed layout; it is never locked. */
 android::sp<android::APipeBuffer> allocateCompressed(int bitDepth, int width, int height, int id);
 
+/** As allocateLinear, for an RGBA picture of 8 bits a channel. */
+android::sp<android::APipeBuffer> allocatePicture(int width, int height);
+
 /** The "colorformat" under which stages and converters know these buffers. */
 android::APipeBuffer::ColorFormat linearFormat(int bitDepth);
 android::APipeBuffer::ColorFormat compressedFormat(int bitDepth);

@@ -57,6 +57,7 @@ Status FrameReader::openDecoder() {
     mDecoder.reset(avcodec_alloc_context3(codec));
     int result = avcodec_parameters_to_context(mDecoder.get(), stream->codecpar);
     mDecoder->pkt_timebase = stream->time_base;
+    mDecoder->apply_cropping = mCropping == Cropping::Decoder ? 1 : 0;
     mDecoder->thread_count =
         static_cast<int>(std::clamp(std::thread::hardware_concurrency(), 1U, kMaxDecodingThreads));
     if (result >= 0) result = avcodec_open2(mDecoder.get(), codec, nullptr);
@@ -156,7 +157,7 @@ FrameTime FrameReader::takeTime() {
     return time;
 }
 
-std::vector<std::string> FrameReader::warnings() const {
+std::vector<std::string> FrameReader::damageWarnings() const {
     std::vector<std::string> result;
     const char* name = mDemuxer.name().c_str();
     if (mSkippedPackets > 0) {
@@ -169,6 +170,12 @@ std::vector<std::string> FrameReader::warnings() const {
         result.push_back(text("%s: is damaged, and the decoder patched it up%s%s", name,
                               errors.count > 0 ? "; it said first: " : "", errors.first.c_str()));
     }
+    return result;
+}
+
+std::vector<std::string> FrameReader::warnings() const {
+    std::vector<std::string> result = damageWarnings();
+    const char* name = mDemuxer.name().c_str();
     if (mDemuxer.otherStreams() > 0) {
         result.push_back(text("%s: only the video is carried over, not its %d other streams", name,
                               mDemuxer.otherStreams()));

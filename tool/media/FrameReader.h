@@ -9,6 +9,12 @@
 
 namespace plexa {
 
+/** Who leaves out the rows and columns that are coded but not to be seen. */
+enum class Cropping {
+    Decoder,  // frames come without them
+    Caller,   // frames come with them where the decoder can; AVFrame's crop fields tell them
+};
+
 /**
  * The frames of one input in the order in which they are shown. A frame that is lost is an error
  * that names it, and so is a change of size: whoever reads to the end has had every frame of the
@@ -20,13 +26,16 @@ namespace plexa {
 class FrameReader {
 public:
     /** `cancellation` is borrowed; once requested, a waiting read ends with an error. */
-    explicit FrameReader(const Cancellation& cancellation) : mDemuxer(cancellation) {}
+    explicit FrameReader(const Cancellation& cancellation, Cropping cropping = Cropping::Decoder)
+        : mDemuxer(cancellation), mCropping(cropping) {}
 
     /** Opens `path` ("-" is standard input) and decodes the first frame. */
     Status open(const std::string& path);
 
     /** Size, times and tags of the stream, known from its first frame on. */
     const VideoFormat& format() const { return mFormat; }
+    /** What the container tells of the stream, after open(). */
+    const AVStream& stream() const { return *mDemuxer.stream(); }
     /** How many frames the input should have, 0 if nothing tells. */
     int64_t expectedFrames() const { return mDemuxer.expectedFrames(); }
 
@@ -38,6 +47,8 @@ public:
 
     /** What the user should know of this input, complete once it is read to its end. */
     std::vector<std::string> warnings() const;
+    /** The part of it that concerns the frames read so far. */
+    std::vector<std::string> damageWarnings() const;
 
 private:
     Status openDecoder();
@@ -49,6 +60,7 @@ private:
     FrameTime takeTime();
 
     Demuxer mDemuxer;
+    const Cropping mCropping;
     CodecPtr mDecoder;
     PacketPtr mPacket{av_packet_alloc()};
     FramePtr mFrame{av_frame_alloc()};

@@ -39,6 +39,21 @@ Status RgbConverter::convert(const SemiPlanarPicture& picture, FramePtr* rgb) {
     return mScaler.convert(*mPlanar, rgb->get());
 }
 
+Status withoutAlpha(const uint8_t* rgba, int stride, int width, int height, FramePtr* rgb) {
+    FramePtr source(av_frame_alloc());
+    *rgb = allocateFrame(AV_PIX_FMT_RGB24, width, height);
+    if (source == nullptr || *rgb == nullptr) return Status::error("no memory for a picture");
+    source->format = AV_PIX_FMT_RGBA;
+    source->width = width;
+    source->height = height;
+    source->data[0] = const_cast<uint8_t*>(rgba);
+    source->linesize[0] = stride;
+    VideoFormat format;
+    format.width = width;
+    format.height = height;
+    return PixelScaler(format).convert(*source, rgb->get());
+}
+
 Status writePng(const AVFrame& rgb, OutputFile* file) {
     PacketPtr packet(av_packet_alloc());
     Status status = encodePng(rgb, packet.get());

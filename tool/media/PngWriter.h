@@ -27,6 +27,9 @@ private:
     FramePtr mPlanar;
 };
 
+/** An RGBA picture, rows `stride` bytes apart, as a new RGB24 frame in `rgb`. */
+Status withoutAlpha(const uint8_t* rgba, int stride, int width, int height, FramePtr* rgb);
+
 /** Writes an RGB24 frame as PNG into `file`, which is open, and commits it. */
 Status writePng(const AVFrame& rgb, OutputFile* file);
 

@@ -1,0 +1,52 @@
+// Turns a frame into an RGBA picture with one of the platform's engines.
+#pragma once
+
+#include <APipeConverter.h>
+
+#include <memory>
+
+#include "base/Status.h"
+
+namespace plexa {
+
+/** Who renders a picture. */
+enum class Engine {
+    Auto,     // Capture for HDR and for what the shader has no matrix of, Gl for the rest
+    Gl,       // the GPU shader converter: SDR of BT.601 and BT.709
+    Capture,  // the frame-capture converter: everything, HDR tone mapped
+};
+
+/** The engine that Engine::Auto stands for, and any other as it is. */
+Engine chooseEngine(Engine requested, int32_t dataspace);
+
+/** Whether the engine follows a stream of this dataspace; false: it shows it as BT.709 SDR. */
+bool showsTrueColors(Engine engine, int32_t dataspace);
+
+/** As the option names it. */
+const char* nameOf(Engine engine);
+
+/**
+ * One engine, set up for pictures of one size and dataspace.
+ *
+ * Threading: loop-bound to the thread of open().
+ */
+class PictureConverter {
+public:
+    PictureConverter() = default;
+    ~PictureConverter();
+    PictureConverter(const PictureConverter&) = delete;
+    PictureConverter& operator=(const PictureConverter&) = delete;
+
+    /** `engine` is not Auto; width and height are those of the picture. */
+    Status open(Engine engine, int32_t dataspace, int width, int height);
+
+    /** Fills `picture` (allocatePicture()) with the part of `frame` that its "crop" names. */
+    Status convert(const android::sp<android::APipeBuffer>& frame,
+                   const android::sp<android::APipeBuffer>& picture);
+
+private:
+    const char* mName = "";
+    std::shared_ptr<android::APipeConverter> mConverter;
+};
+
+}  // namespace plexa

@@ -1,0 +1,69 @@
+// Makes a picture of one frame of a video.
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "base/Cancellation.h"
+#include "job/CropArea.h"
+#include "job/PictureConverter.h"
+#include "job/PictureSize.h"
+#include "media/FrameReader.h"
+#include "media/OutputFile.h"
+
+namespace plexa {
+
+/** What `plexa snapshot` is asked to do. */
+struct SnapshotRequest {
+    std::string input;   // "-": YUV4MPEG on standard input
+    std::string output;  // isPicture()
+    double seconds = 0;  // from the first frame on
+    Engine engine = Engine::Auto;
+    PictureSize size;              // 0x0: that of the crop
+    std::optional<CropArea> crop;  // everything without it
+};
+
+/** What a finished job has done. */
+struct SnapshotReport {
+    VideoFormat source;
+    double seconds = 0;  // of the frame that was taken
+    Engine engine = Engine::Auto;
+    CropArea crop;
+    PictureSize size;
+    std::vector<std::string> warnings;
+};
+
+/**
+ * One run of `plexa snapshot`: decodes up to the frame, puts it into a graphics buffer as a
+ * device's decoder would, with its metadata, and has an engine render it.
+ *
+ * Threading: run() once; cancel() at any time, on any thread.
+ */
+class SnapshotJob {
+public:
+    explicit SnapshotJob(SnapshotRequest request);
+
+    /** Does the whole job. On failure nothing is left under the output's name. */
+    Status run(SnapshotReport* report);
+
+    /** Makes run() end soon, with an error. */
+    void cancel() { mCancellation.request(); }
+
+private:
+    Status make();
+    Status findFrame(const AVFrame** frame);
+    Status chooseArea(const AVFrame& frame);
+    Status loadFrame(const AVFrame& frame, android::sp<android::APipeBuffer>* buffer) const;
+    Status render(const android::sp<android::APipeBuffer>& frame, FramePtr* rgb) const;
+    std::vector<std::string> warnings() const;
+
+    const SnapshotRequest mRequest;
+    Cancellation mCancellation;
+    FrameReader mReader;
+    OutputFile mFile;
+    SnapshotReport mResult;
+    int32_t mDataspace = 0;
+};
+
+}  // namespace plexa
