@@ -102,6 +102,8 @@ int64_t MessageQueue::nextDueUs() {
 }
 
 void MessageQueue::waitUntil(int64_t dueUs) {
+    if (mIdleYield.until([this] { return mTop.load(std::memory_order_relaxed) != nullptr; }))
+        return;
     Node* top = nullptr;
     if (!mTop.compare_exchange_strong(top, sleeping(), std::memory_order_relaxed)) return;
     const auto mark = static_cast<uint32_t>(reinterpret_cast<uintptr_t>(sleeping()));

@@ -1,6 +1,8 @@
 // MessageQueue: the messages of one looper, posted from any thread, taken by one.
 #pragma once
 
+#include "IdleYield.h"
+
 #include <host/BlockPool.h>
 #include <media/stagefright/foundation/AMessage.h>
 
@@ -82,6 +84,7 @@ private:
     Node* mBack = nullptr;
     std::vector<Node*> mHeap;  // delayed messages, the earliest first
     uint64_t mOrder = 0;
+    IdleYield mIdleYield;
 };
 
 }  // namespace android::host
