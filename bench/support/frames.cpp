@@ -92,6 +92,13 @@ Buffers linearBuffers(int count, Size size) {
     return buffers;
 }
 
+Buffers rgbaBuffers(int count, Size size) {
+    Buffers buffers;
+    for (int i = 0; i < count; ++i)
+        buffers.push_back(newBuffer(APipeBuffer::Rgba8888, HAL_PIXEL_FORMAT_RGBA_8888, size));
+    return buffers;
+}
+
 Buffers linearFrames(int count, Size size) {
     Buffers frames = linearBuffers(count, size);
     for (int i = 0; i < count; ++i)

@@ -25,7 +25,10 @@ Buffers localBuffers(int count, Size size);
 /// Graphics buffers in linear 8-bit NV12 with whatever they hold.
 Buffers linearBuffers(int count, Size size);
 
-/// The same with a picture: gradients with fine detail, another one in each frame.
+/// Graphics buffers in RGBA with whatever they hold.
+Buffers rgbaBuffers(int count, Size size);
+
+/// Linear buffers with a picture: gradients with fine detail, another one in each frame.
 Buffers linearFrames(int count, Size size);
 
 /// The same pictures in the compressed layout.
