@@ -97,17 +97,6 @@ TEST_F(GlHelper, LeavesNothingOfAProgramThatFails) {
     }
 }
 
-TEST_F(GlHelper, ChecksAStatusAndQuotesTheInfoLog) {
-    const GLuint shader = glCreateShader(GL_FRAGMENT_SHADER);
-    const char* source = "#version 300 es\nvoid main() { nonsense }";
-    glShaderSource(shader, 1, &source, nullptr);
-    glCompileShader(shader);
-    EXPECT_EQ(mHelper->checkErrors(shader, GL_COMPILE_STATUS, "label", true), UNKNOWN_ERROR);
-    EXPECT_TRUE(hasError(kTag, "label failed :\n"));
-    EXPECT_EQ(mHelper->checkErrors(shader, GL_SHADER_TYPE, "label", true), OK);
-    glDeleteShader(shader);
-}
-
 TEST_F(GlHelper, CutsTheQuadToTheCrop) {
     struct {
         Rect crop;
