@@ -79,8 +79,9 @@ void SnapshotCommand::addPictureOptions() {
     mCommand
         ->add_option_function<std::string>(
             "--engine", [this](const std::string& value) { mRequest.engine = kEngines.at(value); },
-            "gl: SDR of BT.601 and BT.709; capture: HDR too; auto, the default: gl for what it "
-            "shows right, capture for the rest")
+            "gl: SDR of BT.601 and BT.709 with limited range; capture: everything, HDR tone "
+            "mapped; "
+            "auto, the default: gl for what it shows right, capture for the rest")
         ->type_name("auto|gl|capture")
         ->check(checkEngine);
     addSizeOption(mCommand, &mRequest.size, "picture; default that of the crop");

@@ -1,6 +1,8 @@
 // Turns a frame into an RGBA picture with one of the platform's engines.
 #include "job/PictureConverter.h"
 
+#include <system/graphics.h>
+
 #include "base/Text.h"
 #include "job/Dataspace.h"
 #include "job/FrameBuffers.h"
@@ -18,7 +20,10 @@ Engine chooseEngine(Engine requested, int32_t dataspace) {
 }
 
 bool showsTrueColors(Engine engine, int32_t dataspace) {
-    return engine == Engine::Capture || legacyDataspace(dataspace) != dataspace;
+    if (engine == Engine::Capture) return true;
+    const int32_t legacy = legacyDataspace(dataspace);
+    return legacy == HAL_DATASPACE_BT709 || legacy == HAL_DATASPACE_BT601_625 ||
+           legacy == HAL_DATASPACE_BT601_525;
 }
 
 const char* nameOf(Engine engine) {

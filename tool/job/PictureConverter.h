@@ -11,15 +11,18 @@ namespace plexa {
 
 /** Who renders a picture. */
 enum class Engine {
-    Auto,     // Capture for HDR and for what the shader has no matrix of, Gl for the rest
-    Gl,       // the GPU shader converter: SDR of BT.601 and BT.709
+    Auto,     // Gl for what its shaders show right, Capture for the rest
+    Gl,       // the GPU shader converter: SDR of BT.601 and BT.709 with limited range
     Capture,  // the frame-capture converter: everything, HDR tone mapped
 };
 
 /** The engine that Engine::Auto stands for, and any other as it is. */
 Engine chooseEngine(Engine requested, int32_t dataspace);
 
-/** Whether the engine follows a stream of this dataspace; false: it shows it as BT.709 SDR. */
+/**
+ * Whether the engine shows a stream of this dataspace right. The shaders take every transfer for
+ * that of SDR, matrices that they do not have for BT.709, and in full range 16 for black too.
+ */
 bool showsTrueColors(Engine engine, int32_t dataspace);
 
 /** As the option names it. */

@@ -133,9 +133,8 @@ Status SnapshotJob::render(const sp<APipeBuffer>& frame, FramePtr* rgb) const {
 std::vector<std::string> SnapshotJob::warnings() const {
     std::vector<std::string> result = mReader.damageWarnings();
     if (!showsTrueColors(mResult.engine, mDataspace)) {
-        result.push_back(mRequest.input +
-                         ": its colours are rendered as BT.709 SDR, which they are not; --engine "
-                         "capture follows them");
+        result.push_back(mRequest.input + ": engine " + nameOf(mResult.engine) +
+                         " shows its colours wrong; --engine capture follows its tags");
     }
     if (mResult.source.displayMatrix.has_value()) {
         result.push_back(mRequest.input + ": players turn or mirror it; the picture is as coded");
