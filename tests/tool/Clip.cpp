@@ -4,10 +4,13 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
+#include <libavutil/mastering_display_metadata.h>
 #include <libavutil/opt.h>
+#include <libavutil/pixdesc.h>
 #include <libswscale/swscale.h>
 }
 
+#include <algorithm>
 #include <array>
 #include <cstring>
 #include <functional>
@@ -48,8 +51,17 @@ Owned<AVCodecContext> openEncoder(const Clip& clip, int width, int height) {
     return avcodec_open2(encoder.get(), codec, nullptr) == 0 ? std::move(encoder) : nullptr;
 }
 
+void addMastering(AVStream* stream, int peak) {
+    AVMasteringDisplayMetadata* display = av_mastering_display_metadata_alloc();
+    display->has_luminance = 1;
+    display->max_luminance = {peak, 1};
+    display->min_luminance = {0, 1};
+    av_stream_add_side_data(stream, AV_PKT_DATA_MASTERING_DISPLAY_METADATA,
+                            reinterpret_cast<uint8_t*>(display), sizeof(*display));
+}
+
 Owned<AVFormatContext> openMuxer(const std::string& path, const AVCodecContext& encoder,
-                                 bool indexFirst) {
+                                 const Clip& clip) {
     AVFormatContext* muxer = nullptr;
     if (avformat_alloc_output_context2(&muxer, nullptr, nullptr, path.c_str()) < 0) return nullptr;
     Owned<AVFormatContext> result(muxer);
@@ -57,8 +69,9 @@ Owned<AVFormatContext> openMuxer(const std::string& path, const AVCodecContext& 
     avcodec_parameters_from_context(stream->codecpar, &encoder);
     stream->time_base = encoder.time_base;
     stream->sample_aspect_ratio = encoder.sample_aspect_ratio;
+    if (clip.masteringPeak > 0) addMastering(stream, clip.masteringPeak);
     if (avio_open(&muxer->pb, path.c_str(), AVIO_FLAG_WRITE) < 0) return nullptr;
-    if (indexFirst) av_opt_set(muxer, "movflags", "faststart", AV_OPT_SEARCH_CHILDREN);
+    if (clip.indexFirst) av_opt_set(muxer, "movflags", "faststart", AV_OPT_SEARCH_CHILDREN);
     return avformat_write_header(muxer, nullptr) == 0 ? std::move(result) : nullptr;
 }
 
@@ -74,18 +87,28 @@ bool encode(AVCodecContext* encoder, const AVFrame* frame, AVFormatContext* muxe
     return true;
 }
 
-Owned<AVFrame> greyFrame(const Clip& clip, const ClipFrame& spec, int grey) {
+void fill(AVFrame* frame, int plane, int rows, int value, int bits) {
+    const auto size = static_cast<size_t>(rows) * static_cast<size_t>(frame->linesize[plane]);
+    if (bits == 8) {
+        std::memset(frame->data[plane], value, size);
+    } else {
+        std::fill_n(reinterpret_cast<uint16_t*>(frame->data[plane]), size / 2,
+                    static_cast<uint16_t>(value << (bits - 8)));
+    }
+}
+
+Owned<AVFrame> flatFrame(const Clip& clip, const ClipFrame& spec, int luma) {
     Owned<AVFrame> frame(av_frame_alloc());
     frame->format = clip.pixels;
     frame->width = spec.width;
     frame->height = spec.height;
     frame->pts = spec.pts;
     av_frame_get_buffer(frame.get(), 0);
-    for (int plane = 0; plane < 3; ++plane) {
-        const auto rows = static_cast<size_t>(plane == 0 ? spec.height : (spec.height + 1) / 2);
-        std::memset(frame->data[plane], plane == 0 ? grey : 128,
-                    rows * static_cast<size_t>(frame->linesize[plane]));
-    }
+    const int bits = av_pix_fmt_desc_get(clip.pixels)->comp[0].depth;
+    const int chromaRows = (spec.height + 1) / 2;
+    fill(frame.get(), 0, spec.height, luma, bits);
+    fill(frame.get(), 1, chromaRows, clip.cb, bits);
+    fill(frame.get(), 2, chromaRows, clip.cr, bits);
     return frame;
 }
 
@@ -137,15 +160,15 @@ std::vector<double> Clip::seconds() const {
 bool makeClip(const std::string& path, const Clip& clip) {
     Owned<AVCodecContext> encoder = openEncoder(clip, clip.frames[0].width, clip.frames[0].height);
     if (encoder == nullptr) return false;
-    Owned<AVFormatContext> muxer = openMuxer(path, *encoder, clip.indexFirst);
+    Owned<AVFormatContext> muxer = openMuxer(path, *encoder, clip);
     if (muxer == nullptr) return false;
-    int grey = 40;
+    int luma = clip.luma;
     for (const ClipFrame& frame : clip.frames) {
         if (frame.width != encoder->width || frame.height != encoder->height) {
             encode(encoder.get(), nullptr, muxer.get());
             encoder = openEncoder(clip, frame.width, frame.height);
         }
-        if (!encode(encoder.get(), greyFrame(clip, frame, grey++).get(), muxer.get())) return false;
+        if (!encode(encoder.get(), flatFrame(clip, frame, luma++).get(), muxer.get())) return false;
     }
     return encode(encoder.get(), nullptr, muxer.get()) && av_write_trailer(muxer.get()) == 0;
 }
@@ -158,7 +181,7 @@ bool makeSound(const std::string& path) {
     encoder->time_base = {1, 8000};
     av_channel_layout_default(&encoder->ch_layout, 1);
     if (avcodec_open2(encoder.get(), codec, nullptr) < 0) return false;
-    Owned<AVFormatContext> muxer = openMuxer(path, *encoder, false);
+    Owned<AVFormatContext> muxer = openMuxer(path, *encoder, Clip());
     if (muxer == nullptr) return false;
     Owned<AVFrame> frame(av_frame_alloc());
     frame->format = encoder->sample_fmt;

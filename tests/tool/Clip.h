@@ -31,12 +31,17 @@ struct Clip {
     AVColorSpace matrix = AVCOL_SPC_UNSPECIFIED;
     std::vector<ClipFrame> frames;
     bool indexFirst = false;  // the index of an mp4 comes before its data
+    // What makeClip() fills frames with, in 8 bits. Each frame's luma is one above the last one's.
+    int luma = 40;
+    int cb = 128;
+    int cr = 128;
+    int masteringPeak = 0;  // cd/m2; 0: the stream does not tell
 
     /** The times of the frames in seconds. */
     std::vector<double> seconds() const;
 };
 
-/** Encodes grey frames into the container that the extension of `path` stands for. */
+/** Encodes frames of one colour each into the container that the extension of `path` stands for. */
 bool makeClip(const std::string& path, const Clip& clip);
 
 /** A file with sound and no video. */

@@ -1,11 +1,20 @@
 // Parts of the command with arithmetic of their own.
+extern "C" {
+#include <libavutil/hdr_dynamic_metadata.h>
+#include <libavutil/mastering_display_metadata.h>
+}
+
 #include <gtest/gtest.h>
+#include <host/Hdr10PlusInfo.h>
+#include <host/HdrStaticInfo.h>
 
 #include <chrono>
 #include <vector>
 
 #include "base/DurationHistogram.h"
+#include "job/HdrMetadata.h"
 #include "job/PictureSize.h"
+#include "media/AvHandles.h"
 #include "media/FrameSelection.h"
 
 namespace plexa::test {
@@ -79,6 +88,53 @@ TEST(PictureSize, KeepsTheAspectToTheNearestPixel) {
     PictureSize size;
     EXPECT_FALSE(resolve({16384, -1}, 2, 16384, &size).isOk());
     EXPECT_FALSE(resolve({4, -1}, 16384, 2, &size).isOk());
+}
+
+TEST(HdrMetadata, ComesFromTheFrame) {
+    FramePtr frame(av_frame_alloc());
+    AVMasteringDisplayMetadata* display =
+        av_mastering_display_metadata_create_side_data(frame.get());
+    display->has_primaries = 1;
+    display->display_primaries[0][0] = {34000, 50000};
+    display->display_primaries[2][1] = {3000, 50000};
+    display->white_point[1] = {16450, 50000};
+    display->has_luminance = 1;
+    display->max_luminance = {1000, 1};
+    display->min_luminance = {5, 1000};
+    AVContentLightMetadata* light = av_content_light_metadata_create_side_data(frame.get());
+    light->MaxCLL = 800;
+    light->MaxFALL = 300;
+    AVDynamicHDRPlus* scene = av_dynamic_hdr_plus_create_side_data(frame.get());
+    scene->num_windows = 1;
+    scene->params[0].maxscl[0] = {6, 100};
+    scene->params[0].maxscl[2] = {1, 100};
+
+    android::sp<android::AMessage> meta = new android::AMessage();
+    attachHdrMetadata(*frame, AVStream(), meta);
+    android::sp<android::ABuffer> blob;
+    ASSERT_TRUE(meta->findBuffer("hdr-static-info", &blob));
+    const auto info = android::host::HdrStaticInfo::fromBlob(blob);
+    ASSERT_TRUE(info.has_value());
+    EXPECT_NEAR(info->primaries[0].x, 0.68, 1e-4);
+    EXPECT_NEAR(info->primaries[2].y, 0.06, 1e-4);
+    EXPECT_NEAR(info->whitePoint.y, 0.329, 1e-4);
+    EXPECT_EQ(info->maxLuminance, 1000);
+    EXPECT_NEAR(info->minLuminance, 0.005, 1e-5);
+    EXPECT_EQ(info->maxContentLight, 800);
+    EXPECT_EQ(info->maxFrameAverageLight, 300);
+    ASSERT_TRUE(meta->findBuffer("hdr10-plus-info", &blob));
+    const auto dynamic = android::host::Hdr10PlusInfo::fromBlob(blob);
+    ASSERT_TRUE(dynamic.has_value());
+    EXPECT_NEAR(dynamic->maxScl[0], 600, 0.1);
+    EXPECT_NEAR(dynamic->maxScl[2], 100, 0.1);
+}
+
+TEST(HdrMetadata, IsAbsentWithoutSideData) {
+    FramePtr frame(av_frame_alloc());
+    android::sp<android::AMessage> meta = new android::AMessage();
+    attachHdrMetadata(*frame, AVStream(), meta);
+    EXPECT_FALSE(meta->contains("hdr-static-info"));
+    EXPECT_FALSE(meta->contains("hdr10-plus-info"));
 }
 
 }  // namespace
