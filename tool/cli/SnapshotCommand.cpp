@@ -1,9 +1,10 @@
 // The command line of `plexa snapshot`.
 #include "cli/SnapshotCommand.h"
 
+#include <charconv>
 #include <cmath>
 #include <cstdio>
-#include <map>
+#include <optional>
 
 #include "base/SignalWatch.h"
 #include "base/Text.h"
@@ -19,21 +20,27 @@ constexpr const char* kDescription =
     "Makes a PNG picture of one frame, converted to RGB by the GPU or, tone mapped, by the "
     "frame-capture library.";
 
-const std::map<std::string, Engine> kEngines = {
-    {nameOf(Engine::Auto), Engine::Auto},
-    {nameOf(Engine::Gl), Engine::Gl},
-    {nameOf(Engine::Capture), Engine::Capture},
-};
+std::optional<Engine> engineOf(const std::string& name) {
+    for (const Engine engine : {Engine::Auto, Engine::Gl, Engine::Capture}) {
+        if (name == nameOf(engine)) return engine;
+    }
+    return std::nullopt;
+}
+
+bool parseSeconds(const std::string& value, double* seconds) {
+    const char* end = value.data() + value.size();
+    auto [rest, error] = std::from_chars(value.data(), end, *seconds);
+    return error == std::errc() && rest == end && std::isfinite(*seconds) && *seconds >= 0;
+}
 
 std::string checkSeconds(const std::string& value) {
     double seconds = 0;
-    const bool isNumber = CLI::detail::lexical_cast(value, seconds);
-    if (isNumber && std::isfinite(seconds) && seconds >= 0) return {};
+    if (parseSeconds(value, &seconds)) return {};
     return text("'%s' is not a time: expected seconds, 0 or more", value.c_str());
 }
 
 std::string checkEngine(const std::string& value) {
-    if (kEngines.contains(value)) return {};
+    if (engineOf(value).has_value()) return {};
     return text("'%s' is not an engine: expected auto, gl or capture", value.c_str());
 }
 
@@ -59,9 +66,10 @@ SnapshotCommand::SnapshotCommand(CLI::App* program)
 
 void SnapshotCommand::addFrameOptions() {
     mCommand
-        ->add_option("--at", mRequest.seconds,
-                     "Take the first frame at or after this time, counted from the first frame; "
-                     "default 0")
+        ->add_option_function<std::string>(
+            "--at", [this](const std::string& value) { parseSeconds(value, &mRequest.seconds); },
+            "Take the first frame at or after this time, counted from the first frame; "
+            "default 0")
         ->type_name("SECONDS")
         ->check(checkSeconds);
     mCommand
@@ -78,7 +86,10 @@ void SnapshotCommand::addFrameOptions() {
 void SnapshotCommand::addPictureOptions() {
     mCommand
         ->add_option_function<std::string>(
-            "--engine", [this](const std::string& value) { mRequest.engine = kEngines.at(value); },
+            "--engine",
+            [this](const std::string& value) {
+                mRequest.engine = engineOf(value).value_or(Engine::Auto);
+            },
             "gl: SDR of BT.601 and BT.709 with limited range; capture: everything, HDR tone "
             "mapped; "
             "auto, the default: gl for what it shows right, capture for the rest")
