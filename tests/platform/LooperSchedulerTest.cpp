@@ -128,17 +128,23 @@ TEST(LooperSchedulerTest, LoopersStopAndGoAnywhere) {
     stopping.post(1);
     stopping.post(2);
 
+    const auto left = sp<ABuffer>::make(1U);
     Loop going([&](const auto&) {
         ++handled;
         going.looper.clear();
+        EXPECT_EQ(left->getStrongCount(), 2);  // the next message goes after this one
     });
     going.post(1);
-    going.post(2);
+    auto next = sp<AMessage>::make(2U, going.handler);
+    next->setBuffer("left", left);
+    next->post();
+    next.clear();
     const wp<ALooper> gone = going.looper;
 
     EXPECT_EQ(scheduler.runUntilIdle(), 3U);
     EXPECT_EQ(handled, 3);
     EXPECT_EQ(gone.promote(), nullptr);
+    EXPECT_EQ(left->getStrongCount(), 1);
 }
 
 TEST(LooperSchedulerTest, LoopersMayOutliveIt) {

@@ -30,6 +30,12 @@ size_t threadsOfProcess() {
     return static_cast<size_t>(std::distance(begin(tasks), end(tasks)));
 }
 
+// Gives another thread every chance to do what it must not do yet.
+void dawdle() {
+    for (int i = 0; i < 2'000; ++i)
+        std::this_thread::yield();
+}
+
 // Counts how many of it are alive.
 struct Tracked : RefBase {
     explicit Tracked(std::atomic<int>* alive) : mAlive(alive) { ++*mAlive; }
@@ -147,12 +153,16 @@ TEST_F(LooperTest, StopsFromItsOwnMessageAndStartsAgain) {
         EXPECT_EQ(looper->stop(), OK);
         EXPECT_EQ(looper->start(), INVALID_OPERATION);
         EXPECT_EQ(msg->dup()->post(), NAME_NOT_FOUND);
+        mEntered.set(true);
+        dawdle();
+        mDone.set(true);
     });
     post(handler, 1);
     post(handler, 2);
     ASSERT_EQ(looper->start(), OK);
-    ASSERT_TRUE(waitForWhats(1));
-    ASSERT_TRUE(plexa::eventually([&] { return looper->start() == OK; }));
+    ASSERT_TRUE(mEntered.waitUntil(kTrue));
+    ASSERT_EQ(looper->start(), OK);
+    EXPECT_TRUE(mDone.get());  // never two messages at once
     EXPECT_EQ(post(handler, 3), OK);
     ASSERT_TRUE(waitForWhats(2));
     EXPECT_EQ(mWhats.get(), (std::vector<uint32_t>{1, 3}));
@@ -221,6 +231,26 @@ TEST_F(LooperTest, LastReferencesMayFallInsideAMessage) {
         EXPECT_EQ(weak.promote(), nullptr);
         EXPECT_TRUE(plexa::eventually([&] { return alive == 0; }));
     }
+}
+
+TEST(LooperDeathTest, ProcessEndsAfterTheThreadOfALooperThatWentInsideAMessage) {
+    EXPECT_EXIT(
+        {
+            Awaited<bool> gone;
+            auto looper = sp<ALooper>::make();
+            const auto handler = sp<CallHandler>::make([&](const auto&) {
+                looper.clear();
+                gone.set(true);
+                dawdle();
+                fprintf(stderr, "thread ends");
+            });
+            looper->registerHandler(handler);
+            const auto msg = sp<AMessage>::make(1U, handler);
+            looper->start();
+            msg->post();
+            exit(gone.waitUntil([](bool value) { return value; }) ? 0 : 1);
+        },
+        testing::ExitedWithCode(0), "thread ends");
 }
 
 TEST_F(LooperTest, MessagesOfAHandlerThatIsGoneAreDroppedWithAWarning) {

@@ -159,6 +159,8 @@ TEST(MessageTest, ReplacedObjectMayUseTheMessageAsItGoes) {
     struct Closing : RefBase {
         explicit Closing(AMessage* msg) : mMsg(msg) {}
         ~Closing() override {
+            sp<RefBase> successor;
+            EXPECT_TRUE(mMsg->findObject("closing", &successor));
             for (int i = 0; i < 20; ++i)
                 mMsg->setInt32(std::to_string(i).c_str(), i);
         }
