@@ -78,7 +78,7 @@ TEST(PictureSize, KeepsTheAspectToTheNearestPixel) {
     };
     for (const Case& test :
          {Case{{1280, -1}, 1920, 1080, {1280, 720}}, Case{{-1, 720}, 1920, 1080, {1280, 720}},
-          Case{{641, -1}, 1920, 1080, {641, 361}}, Case{{-1, 16384}, 16384, 16384, {16384, 16384}},
+          Case{{641, -1}, 1920, 1080, {641, 361}}, Case{{-1, 16384}, 8192, 16384, {8192, 16384}},
           Case{{10, 20}, 7, 9, {10, 20}}}) {
         PictureSize size;
         EXPECT_TRUE(resolve(test.asked, test.sourceWidth, test.sourceHeight, &size).isOk());
@@ -87,6 +87,7 @@ TEST(PictureSize, KeepsTheAspectToTheNearestPixel) {
     }
     PictureSize size;
     EXPECT_FALSE(resolve({16384, -1}, 2, 16384, &size).isOk());
+    EXPECT_FALSE(resolve({16384, -1}, 16384, 16384, &size).isOk());
     EXPECT_FALSE(resolve({4, -1}, 16384, 2, &size).isOk());
 }
 

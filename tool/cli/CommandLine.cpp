@@ -32,8 +32,10 @@ CLI::Option* addSizeOption(CLI::App* command, PictureSize* size, const std::stri
             [size](const std::string& value) {
                 [[maybe_unused]] Status checked = parseSize(value, size);
             },
-            text("WIDTHxHEIGHT of the %s, each %d to %d; -1 for one of them keeps the aspect",
-                 purpose.c_str(), PictureSize::kMinSide, kMaxSide))
+            text("WIDTHxHEIGHT of the %s, each %d to %d and at most %lld pixels in all; -1 for one "
+                 "of them keeps the aspect",
+                 purpose.c_str(), PictureSize::kMinSide, kMaxSide,
+                 static_cast<long long>(kMaxPixels)))
         ->type_name("WxH")
         ->check(checkSize);
 }

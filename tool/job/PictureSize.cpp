@@ -14,6 +14,15 @@ bool isSide(int64_t side) {
     return side >= PictureSize::kMinSide && side <= kMaxSide;
 }
 
+bool isSize(int64_t width, int64_t height) {
+    return isSide(width) && isSide(height) && !isTooLarge(width, height);
+}
+
+std::string expectation() {
+    return text("each side %d to %d and at most %lld pixels in all", PictureSize::kMinSide,
+                kMaxSide, static_cast<long long>(kMaxPixels));
+}
+
 int64_t follow(int side, int sourceSide, int sourceOther) {
     return (2 * static_cast<int64_t>(side) * sourceOther + sourceSide) / (2 * sourceSide);
 }
@@ -33,15 +42,13 @@ Status parseSize(const std::string& value, PictureSize* size) {
     if (parsePair(value, &read.width, &read.height)) {
         const bool keepsWidth = read.width == PictureSize::kKeepAspect && isSide(read.height);
         const bool keepsHeight = read.height == PictureSize::kKeepAspect && isSide(read.width);
-        if (keepsWidth || keepsHeight || (isSide(read.width) && isSide(read.height))) {
+        if (keepsWidth || keepsHeight || isSize(read.width, read.height)) {
             *size = read;
             return {};
         }
     }
-    return Status::error(
-        text("'%s' is not a size: expected WIDTHxHEIGHT, each %d to %d, or -1 for "
-             "one of them to keep the aspect",
-             value.c_str(), PictureSize::kMinSide, kMaxSide));
+    return Status::error("'" + value + "' is not a size: expected WIDTHxHEIGHT, " + expectation() +
+                         ", or -1 for one of them to keep the aspect");
 }
 
 Status resolve(PictureSize requested, int sourceWidth, int sourceHeight, PictureSize* size) {
@@ -51,12 +58,11 @@ Status resolve(PictureSize requested, int sourceWidth, int sourceHeight, Picture
         width = follow(requested.height, sourceHeight, sourceWidth);
     if (height == PictureSize::kKeepAspect)
         height = follow(requested.width, sourceWidth, sourceHeight);
-    if (!isSide(width) || !isSide(height)) {
-        return Status::error(
-            text("--size: the aspect of %dx%d makes %lldx%lld; each side must be "
-                 "%d to %d",
-                 sourceWidth, sourceHeight, static_cast<long long>(width),
-                 static_cast<long long>(height), PictureSize::kMinSide, kMaxSide));
+    if (!isSize(width, height)) {
+        return Status::error(text("--size: the aspect of %dx%d makes %lldx%lld; expected ",
+                                  sourceWidth, sourceHeight, static_cast<long long>(width),
+                                  static_cast<long long>(height)) +
+                             expectation());
     }
     *size = {static_cast<int>(width), static_cast<int>(height)};
     return {};

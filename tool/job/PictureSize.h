@@ -18,8 +18,9 @@ struct PictureSize {
 };
 
 /**
- * Reads "WIDTHxHEIGHT", each from kMinSide to kMaxSide or one of them -1. The error text says what
- * is wrong with the value and what was expected. Threading: thread-safe, like resolve.
+ * Reads "WIDTHxHEIGHT", each at least kMinSide and not isTooLarge(), or one of them -1. The error
+ * text says what is wrong with the value and what was expected. Threading: thread-safe, like
+ * resolve.
  */
 Status parseSize(const std::string& value, PictureSize* size);
 

@@ -27,10 +27,9 @@ Status ContactSheetSink::open(const VideoFormat& format) {
     mFormat = format;
     const int64_t width = extent(mLayout.columns, format.width);
     const int64_t height = extent(mLayout.rows, format.height);
-    if (width > kMaxSide || height > kMaxSide) {
-        return Status::error(text("--sheet: %dx%d frames of %dx%d make a picture larger than %dx%d",
-                                  mLayout.columns, mLayout.rows, format.width, format.height,
-                                  kMaxSide, kMaxSide));
+    if (isTooLarge(width, height)) {
+        return Status::error(text("--sheet: %dx%d frames of %dx%d make too large a picture",
+                                  mLayout.columns, mLayout.rows, format.width, format.height));
     }
     mConverter.emplace(format);
     return mFile.create(mPath);

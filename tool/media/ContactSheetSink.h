@@ -20,7 +20,7 @@ public:
     ContactSheetSink(const std::string& path, SheetLayout layout, const Cancellation& cancellation)
         : mPath(path), mLayout(layout), mFile(cancellation) {}
 
-    /** An error if the sheet would be larger than kMaxSide. */
+    /** An error if the sheet isTooLarge(). */
     Status open(const VideoFormat& format) override;
     Status write(const SemiPlanarPicture& picture, FrameTime time) override;
     Status finish() override;

@@ -87,9 +87,9 @@ Status FrameReader::describe() {
         mFormat.matrix = matrixOf(mFormat);
     }
     mHasPending = true;
-    if (mFormat.width <= kMaxSide && mFormat.height <= kMaxSide) return {};
-    return Status::error(text("%s: frames of %dx%d are larger than %dx%d", mDemuxer.name().c_str(),
-                              mFormat.width, mFormat.height, kMaxSide, kMaxSide));
+    if (!isTooLarge(mFormat.width, mFormat.height)) return {};
+    return Status::error(text("%s: frames of %dx%d are too large", mDemuxer.name().c_str(),
+                              mFormat.width, mFormat.height));
 }
 
 Status FrameReader::read(const AVFrame** frame, FrameTime* time) {

@@ -75,11 +75,13 @@ Status OutputFile::openTemporary(const std::string& target) {
 }
 
 ssize_t OutputFile::writeSome(const void* data, size_t size) {
-    if (mSeekable) return ::write(mFd, data, size);
-    if (!mCancellation.waitFor(mFd, POLLOUT)) {
+    const bool isCancelled =
+        mSeekable ? mCancellation.isRequested() : !mCancellation.waitFor(mFd, POLLOUT);
+    if (isCancelled) {
         errno = ECANCELED;
         return -1;
     }
+    if (mSeekable) return ::write(mFd, data, size);
     // A pipe that is ready takes this much without blocking.
     return ::write(mFd, data, std::min<size_t>(size, PIPE_BUF));
 }
@@ -102,6 +104,7 @@ int64_t OutputFile::seek(int64_t offset, int whence) {
 }
 
 Status OutputFile::commit() {
+    if (mCancellation.isRequested()) return error(ECANCELED);
     const int fd = std::exchange(mFd, -1);
     // Some file systems report a full disk only when the file is closed.
     if (mOwnsFd && close(fd) != 0) return error(errno);

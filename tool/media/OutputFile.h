@@ -18,7 +18,7 @@ namespace plexa {
  */
 class OutputFile {
 public:
-    /** `cancellation` is borrowed; once requested, a write to a full pipe ends with an error. */
+    /** `cancellation` is borrowed; once requested, writing fails and commit() does. */
     explicit OutputFile(const Cancellation& cancellation) : mCancellation(cancellation) {}
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;

@@ -14,6 +14,13 @@ namespace plexa {
 
 /** Largest width and height that the tool takes or makes, in pixels. */
 inline constexpr int kMaxSide = 16384;
+/** Most pixels of a frame or picture: FFmpeg's libraries refuse twice as many. */
+inline constexpr int64_t kMaxPixels = int64_t{1} << 27;
+
+/** Whether a frame or picture of this size is more than the tool takes or makes. */
+constexpr bool isTooLarge(int64_t width, int64_t height) {
+    return width > kMaxSide || height > kMaxSide || width * height > kMaxPixels;
+}
 
 /** When a frame is shown and for how long, in units of its stream's VideoFormat::timeBase. */
 struct FrameTime {
