@@ -1,7 +1,8 @@
 // Random chains and clients, and what holds in each of their lives.
 //
-// PLEXA_CHAIN_LIVES and PLEXA_CHAIN_THREAD_LIVES set the number of lives, PLEXA_CHAIN_SEED the seed
-// of the first. A life that fails on the scheduler is shrunk to the fewest ops that still fail.
+// PLEXA_CHAIN_LIVES and PLEXA_CHAIN_THREAD_LIVES set the number of lives, PLEXA_CHAIN_SEED the
+// random seed of the first. A life that fails on the scheduler is shrunk to the fewest ops that
+// still fail.
 #include <gtest/gtest.h>
 
 #include <algorithm>

@@ -1,5 +1,5 @@
 // Every buffer comes home exactly once, whatever gets lost on the way and whenever a flush comes.
-// PLEXA_CONSERVATION_FRAMES sets the number of frames, PLEXA_CONSERVATION_SEED the seed.
+// PLEXA_CONSERVATION_FRAMES sets the number of frames, PLEXA_CONSERVATION_SEED a random seed.
 #include <gtest/gtest.h>
 #include <host/LooperScheduler.h>
 
@@ -31,7 +31,7 @@ Ids firstIds(int32_t count) {
     return ids;
 }
 
-// On one thread, in an order of messages that the seed draws.
+// On one thread, in an order of messages drawn at random.
 class ScheduledTraffic : public ConservationTraffic {
 public:
     ScheduledTraffic(android::host::LooperScheduler* scheduler, uint64_t seed)

@@ -1,7 +1,7 @@
 // The pairing policies against plain models of their rules, over random sequences of operations.
 //
-// PLEXA_MODEL_SEQUENCES sets the number of sequences a policy, PLEXA_MODEL_SEED the seed of the
-// first; a failure prints the seed of its sequence and the operations.
+// PLEXA_MODEL_SEQUENCES sets the number of sequences a policy, PLEXA_MODEL_SEED the random
+// seed of the first one; a failure prints its seed and the operations.
 #include <android/log.h>
 #include <gtest/gtest.h>
 

@@ -14,10 +14,10 @@ class ScheduledLoop;
 class ScheduledLoops;
 
 // While it exists, ALooper::start() makes no thread but attaches to it, and ALooper::GetNowUs() is
-// its clock, which moves only when told. Whenever several loopers have a message due, the seed
-// draws the one that goes on; each looper keeps its own order. The same seed and the same program
-// give the same run, so print the seed when a test fails. One at a time; loopers that were started
-// before it keep their threads, those that outlive it never run again.
+// its clock, which moves only when told. Whenever several loopers have a message due, a number
+// drawn from its seed names the one that goes on; each looper keeps its own order. The same seed
+// and the same program give the same run, so print it when a test fails. One at a time; loopers
+// that were started before it keep their threads, those that outlive it never run again.
 // Threading: bound to the thread that creates it, and so is all that its loopers run.
 class LooperScheduler {
 public:
