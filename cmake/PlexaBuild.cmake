@@ -42,6 +42,10 @@ elseif(PLEXA_SANITIZER STREQUAL "thread")
 elseif(NOT PLEXA_SANITIZER STREQUAL "")
     message(FATAL_ERROR "PLEXA_SANITIZER is '${PLEXA_SANITIZER}'; expected address or thread")
 endif()
+# Fuzzers are led by what they reach in the libraries too.
+if(PLEXA_BUILD_FUZZ)
+    add_compile_options(-fsanitize=fuzzer-no-link)
+endif()
 # Undefined symbols are found when a library is linked, not when a device loads it.
 if(PLEXA_SANITIZER STREQUAL "" AND NOT PLEXA_BUILD_FUZZ)
     add_link_options(-Wl,--no-undefined)
