@@ -33,13 +33,13 @@ constexpr int kBetween = 2;  // as the decompress stage's pool
 
 void decompressAlone(benchmark::State& state) {
     const auto inputs = compressedFrames(kInputs, kSource);
-    const auto outputs = linearBuffers(kOutputs, kSource);
+    const auto outputs = linearBuffers(kBetween, kSource);
     const auto engine = APipeConverter::Create(APipeConverter::kTypeCL);
     engine->init(formats(APipeBuffer::Nv12Ubwc, kSource, APipeBuffer::Nv12Venus, kSource));
     size_t frame = 0;
     for (auto _ : state) {
         for (int i = 0; i < kFramesARun; ++i, ++frame) {
-            if (engine->convert(inputs[frame % kInputs], outputs[frame % kOutputs]) != OK) {
+            if (engine->convert(inputs[frame % kInputs], outputs[frame % kBetween]) != OK) {
                 state.SkipWithError("convert failed");
             }
         }
@@ -48,14 +48,14 @@ void decompressAlone(benchmark::State& state) {
 }
 
 void scaleAlone(benchmark::State& state) {
-    const auto inputs = linearFrames(kInputs, kSource);
+    const auto inputs = linearFrames(kBetween, kSource);
     const auto outputs = linearBuffers(kOutputs, kTarget);
     const auto engine = AScaler::Create(AScaler::kTypeCL);
     engine->init(formats(APipeBuffer::Nv12Venus, kSource, APipeBuffer::Nv12Venus, kTarget));
     size_t frame = 0;
     for (auto _ : state) {
         for (int i = 0; i < kFramesARun; ++i, ++frame) {
-            if (engine->scale(inputs[frame % kInputs], outputs[frame % kOutputs]) != OK) {
+            if (engine->scale(inputs[frame % kBetween], outputs[frame % kOutputs]) != OK) {
                 state.SkipWithError("scale failed");
             }
         }

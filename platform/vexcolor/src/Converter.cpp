@@ -18,8 +18,8 @@ enum PerfHint : int32_t { kCallerOnly = 0, kNormal = 1, kEveryCore = 2 };
 
 // Above this, a frame's neighbours in the chain push it out of the caches before it is read again,
 // and streaming decompresses up to twice as fast; below, the next stage would miss what was
-// streamed.
-constexpr size_t kStreamedFrameBytes = size_t{4} << 20;
+// streamed. A stage has two frames of output: both fit into a last-level cache of 32 MiB.
+constexpr size_t kStreamedFrameBytes = size_t{16} << 20;
 
 // What one thread moves in the time that it takes to wake another one.
 constexpr size_t kBytesPerThread = size_t{2} << 20;
