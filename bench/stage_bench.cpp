@@ -3,44 +3,27 @@
 #include <benchmark/benchmark.h>
 
 #include <memory>
-#include <string>
+#include <vector>
 
-#include "support/chain_client.h"
-#include "support/frames.h"
 #include "support/hand_off.h"
-#include "support/pass_through.h"
 #include "support/ratios.h"
+#include "support/running_chain.h"
 #ifdef PLEXA_HAVE_GSTREAMER
 #include "support/pass_through_peer.h"
 #endif
 
 namespace {
 
-using namespace android;
 using namespace plexa::bench;
 
 constexpr int kFramesARun = 2000;
 constexpr int kStreaming = 8;  // frames in flight
 constexpr int kLockStep = 1;
-constexpr Size kTiny = {16, 16};
-
-struct RunningChain {
-    RunningChain(int stages, int inFlight) : client(ChainClient::create()) {
-        const auto none = format(APipeBuffer::Nv12, kTiny);
-        started = client->start(passThroughChain(stages, client->notify()), none, none,
-                                localBuffers(inFlight, kTiny), localBuffers(inFlight, kTiny));
-    }
-    ~RunningChain() { client->stop(); }
-
-    sp<ChainClient> client;
-    bool started = false;
-};
 
 void runChain(benchmark::State& state, int stages, int inFlight) {
-    RunningChain chain(stages, inFlight);
-    if (!chain.started) state.SkipWithError("the chain did not start");
+    RunningChain chain = RunningChain::passThrough(stages, inFlight);
     for (auto _ : state) {
-        if (!chain.client->run(kFramesARun)) state.SkipWithError("the chain failed");
+        if (!chain.run(kFramesARun)) state.SkipWithError("the chain failed");
     }
     state.SetItemsProcessed(state.iterations() * kFramesARun);
 }
@@ -56,12 +39,12 @@ void lockStep(benchmark::State& state) {
 void sideBySide(benchmark::State& state) {
     std::vector<std::unique_ptr<RunningChain>> chains;
     for (int i = 0; i < state.range(0); ++i)
-        chains.push_back(std::make_unique<RunningChain>(2, kStreaming));
+        chains.emplace_back(new RunningChain(RunningChain::passThrough(2, kStreaming)));
     for (auto _ : state) {
         for (const auto& chain : chains)
-            chain->client->begin(kFramesARun);
+            chain->begin(kFramesARun);
         for (const auto& chain : chains) {
-            if (!chain->client->finish()) state.SkipWithError("a chain failed");
+            if (!chain->finish()) state.SkipWithError("a chain failed");
         }
     }
     state.SetItemsProcessed(state.iterations() * kFramesARun * state.range(0));

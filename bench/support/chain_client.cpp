@@ -35,20 +35,23 @@ bool ChainClient::start(const sp<APipe>& chain, const sp<AMessage>& src, const s
 }
 
 void ChainClient::begin(int frames) {
-    std::vector<int32_t> first;
     {
         const std::lock_guard<std::mutex> lock(mLock);
         mReceived = frames == 0;
         mToReceive = frames;
         mToQueue = frames;
-        while (mToQueue > 0 && !mIdleInputs.empty()) {
-            first.push_back(mIdleInputs.back());
-            mIdleInputs.pop_back();
-            --mToQueue;
-        }
     }
-    for (int32_t id : first)
+    for (int32_t id = takeIdleInput(); id >= 0; id = takeIdleInput())
         queueInput(id);
+}
+
+int32_t ChainClient::takeIdleInput() {
+    const std::lock_guard<std::mutex> lock(mLock);
+    if (mToQueue == 0 || mIdleInputs.empty()) return -1;
+    --mToQueue;
+    const int32_t id = mIdleInputs.back();
+    mIdleInputs.pop_back();
+    return id;
 }
 
 bool ChainClient::finish() {

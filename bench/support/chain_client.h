@@ -40,6 +40,7 @@ protected:
     void onMessageReceived(const android::sp<android::AMessage>& msg) override;
 
 private:
+    int32_t takeIdleInput();  // -1 when there is none, or none is wanted
     void queueInput(int32_t id);
     void queueOutput(int32_t id);
     bool waitFor(const bool& event);

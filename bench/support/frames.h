@@ -2,6 +2,7 @@
 #pragma once
 
 #include <APipeBuffer.h>
+#include <ui/GraphicBuffer.h>
 
 #include <vector>
 
@@ -10,6 +11,29 @@ namespace plexa::bench {
 struct Size {
     int width;
     int height;
+};
+
+/// The colour formats of one sample depth, and the graphics memory that goes with them.
+struct Depth {
+    android::APipeBuffer::ColorFormat linear;
+    android::APipeBuffer::ColorFormat compressed;
+    android::PixelFormat linearMemory;
+    android::PixelFormat compressedMemory;
+    size_t bytesPerSample;
+
+    /// Of the picture, without padding.
+    size_t frameBytes(Size size) const;
+};
+extern const Depth kNv12;
+extern const Depth kP010;
+
+/// Where a linear graphics buffer's samples are: luma, and interleaved Cb, Cr pairs in rows of the
+/// same stride.
+struct Planes {
+    explicit Planes(const android::sp<android::GraphicBuffer>& buffer);
+    uint8_t* y;
+    uint8_t* uv;
+    int stride;  // samples
 };
 
 using Buffers = std::vector<android::sp<android::APipeBuffer>>;
@@ -22,16 +46,14 @@ android::sp<android::AMessage> formats(android::APipeBuffer::ColorFormat src, Si
 /// Heap buffers in NV12 with whatever they hold.
 Buffers localBuffers(int count, Size size);
 
-/// Graphics buffers in linear 8-bit NV12 with whatever they hold.
-Buffers linearBuffers(int count, Size size);
-
-/// Graphics buffers in RGBA with whatever they hold.
+/// Graphics buffers with whatever they hold: linear ones, and in RGBA.
+Buffers linearBuffers(int count, Size size, const Depth& depth = kNv12);
 Buffers rgbaBuffers(int count, Size size);
 
 /// Linear buffers with a picture: gradients with fine detail, another one in each frame.
-Buffers linearFrames(int count, Size size);
+Buffers linearFrames(int count, Size size, const Depth& depth = kNv12);
 
 /// The same pictures in the compressed layout.
-Buffers compressedFrames(int count, Size size);
+Buffers compressedFrames(int count, Size size, const Depth& depth = kNv12);
 
 }  // namespace plexa::bench
