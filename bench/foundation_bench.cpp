@@ -6,9 +6,7 @@
 #include <utils/Trace.h>
 
 #include <atomic>
-#include <cstdlib>
 #include <memory>
-#include <new>
 #include <optional>
 #include <thread>
 #include <vector>
@@ -18,36 +16,7 @@
 #include <sys/syscall.h>
 #include <unistd.h>
 
-namespace {
-
-std::atomic<uint64_t> gHeapCalls{0};
-
-void* countedAlloc(size_t bytes, size_t alignment) {
-    gHeapCalls.fetch_add(1, std::memory_order_relaxed);
-    void* block = nullptr;
-    return posix_memalign(&block, alignment, bytes) == 0 ? block : nullptr;
-}
-
-}  // namespace
-
-void* operator new(size_t bytes) {
-    return countedAlloc(bytes, alignof(std::max_align_t));
-}
-void* operator new(size_t bytes, const std::nothrow_t&) noexcept {
-    return countedAlloc(bytes, alignof(std::max_align_t));
-}
-void* operator new(size_t bytes, std::align_val_t alignment, const std::nothrow_t&) noexcept {
-    return countedAlloc(bytes, static_cast<size_t>(alignment));
-}
-void operator delete(void* block) noexcept {
-    free(block);
-}
-void operator delete(void* block, size_t) noexcept {
-    free(block);
-}
-void operator delete(void* block, std::align_val_t) noexcept {
-    free(block);
-}
+#include "support/heap_counter.h"
 
 namespace {
 
@@ -71,7 +40,7 @@ class Costs {
 public:
     explicit Costs(benchmark::State& state) : mState(state) {}
     ~Costs() {
-        show("heap/item", gHeapCalls.load() - mHeapBefore);
+        show("heap/item", plexa::bench::heapCalls() - mHeapBefore);
         show("sleeps/item", sleepsOfProcess() - mSleepsBefore);
     }
 
@@ -82,7 +51,7 @@ private:
     }
 
     benchmark::State& mState;
-    const uint64_t mHeapBefore = gHeapCalls.load();
+    const uint64_t mHeapBefore = plexa::bench::heapCalls();
     const uint64_t mSleepsBefore = sleepsOfProcess();
 };
 
