@@ -11,6 +11,7 @@
 #include <sys/mman.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstring>
 #include <string>
 
@@ -91,6 +92,30 @@ TEST_F(GraphicBufferTest, DescriptorLockAndHardwareSeeTheSamePixels) {
         munmap(mapped, pixels->size);
         EXPECT_EQ(buffer->unlock(), OK);
     }
+}
+
+// The kernel tells what it cannot read.
+TEST_F(GraphicBufferTest, WhatFollowsTheMemoryIsOutOfReach) {
+    int ends[2];
+    ASSERT_EQ(pipe(ends), 0);
+    for (const PixelFormat format : {HAL_PIXEL_FORMAT_YV12, HAL_PIXEL_FORMAT_YCBCR_P010}) {
+        const auto before = allocate(64, 64, format), buffer = allocate(64, 64, format);
+        const auto pixels = host::pixelsOf(*buffer);
+        EXPECT_EQ(write(ends[1], pixels->base + pixels->size - 1, 1), 1);
+        EXPECT_EQ(write(ends[1], pixels->base + pixels->size, 1), -1);
+        EXPECT_EQ(errno, EFAULT);
+    }
+    close(ends[0]);
+    close(ends[1]);
+}
+
+TEST_F(GraphicBufferTest, RowsAreAsLongAsAskedFor) {
+    host::setRowPadding(192);
+    const auto padded = allocate(70, 35, HAL_PIXEL_FORMAT_YCBCR_P010);
+    host::setRowPadding(0);
+    EXPECT_EQ(padded->getStride(), 128U + 96U);
+    EXPECT_EQ(host::pixelsOf(*padded)->layout.cb.stride, 256U + 192U);
+    EXPECT_EQ(allocate(70, 35, HAL_PIXEL_FORMAT_YCBCR_P010)->getStride(), 128U);
 }
 
 TEST_F(GraphicBufferTest, NobodyCanResizeTheMemory) {

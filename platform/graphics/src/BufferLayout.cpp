@@ -21,12 +21,23 @@ constexpr size_t kVenusLumaRows = 32;
 constexpr size_t kVenusChromaRows = 16;
 constexpr size_t kYv12Bytes = 16;
 
-BufferLayout rgba(uint32_t width, uint32_t height) {
+// What a client asks for, and the bytes that each row gets on top of the rules.
+struct Request {
+    uint32_t width;
+    uint32_t height;
+    size_t rowPadding;
+
+    size_t stride(size_t rowBytes, size_t multiple) const {
+        return alignUp(rowBytes, multiple) + rowPadding;
+    }
+};
+
+BufferLayout rgba(const Request& request) {
     BufferLayout layout;
     layout.kind = BufferKind::Rgb;
     layout.bytesPerSample = kRgbaBytes;
-    layout.y.stride = alignUp(width, kRgbaPixels) * kRgbaBytes;
-    layout.y.rows = alignUp(height, kRgbaRows);
+    layout.y.stride = request.stride(size_t{kRgbaBytes} * request.width, kRgbaPixels * kRgbaBytes);
+    layout.y.rows = alignUp(request.height, kRgbaRows);
     layout.size = layout.y.stride * layout.y.rows;
     return layout;
 }
@@ -44,27 +55,30 @@ BufferLayout semiPlanar(uint32_t bytesPerSample, size_t stride, size_t lumaRows,
     return layout;
 }
 
-BufferLayout nv12(uint32_t width, uint32_t height) {
-    return semiPlanar(1, alignUp(width, kNv12Bytes), height, chromaSide(height));
+BufferLayout nv12(const Request& request) {
+    return semiPlanar(1, request.stride(request.width, kNv12Bytes), request.height,
+                      chromaSide(request.height));
 }
 
-BufferLayout venus(uint32_t width, uint32_t height) {
-    return semiPlanar(1, alignUp(width, kVenusBytes), alignUp(height, kVenusLumaRows),
-                      alignUp(chromaSide(height), kVenusChromaRows));
+BufferLayout venus(const Request& request) {
+    return semiPlanar(1, request.stride(request.width, kVenusBytes),
+                      alignUp(request.height, kVenusLumaRows),
+                      alignUp(chromaSide(request.height), kVenusChromaRows));
 }
 
-BufferLayout p010(uint32_t width, uint32_t height) {
-    const size_t rows = alignUp(height, kP010Rows);
-    return semiPlanar(2, alignUp(size_t{2} * width, kP010Bytes), rows, rows / 2);
+BufferLayout p010(const Request& request) {
+    const size_t rows = alignUp(request.height, kP010Rows);
+    return semiPlanar(2, request.stride(size_t{2} * request.width, kP010Bytes), rows, rows / 2);
 }
 
-BufferLayout yv12(uint32_t width, uint32_t height) {
+BufferLayout yv12(const Request& request) {
     BufferLayout layout;
     layout.kind = BufferKind::Planar;
     layout.bytesPerSample = 1;
-    layout.y = {.offset = 0, .stride = alignUp(width, kYv12Bytes), .rows = height};
+    layout.y = {
+        .offset = 0, .stride = request.stride(request.width, kYv12Bytes), .rows = request.height};
     const size_t chromaStride = alignUp(layout.y.stride / 2, kYv12Bytes);
-    const size_t chromaRows = chromaSide(height);
+    const size_t chromaRows = chromaSide(request.height);
     layout.cr = {
         .offset = layout.y.stride * layout.y.rows, .stride = chromaStride, .rows = chromaRows};
     layout.cb = layout.cr;
@@ -83,19 +97,19 @@ std::optional<BufferLayout> compressed(uint32_t width, uint32_t height, PixelFor
     return layout;
 }
 
-std::optional<BufferLayout> linear(uint32_t width, uint32_t height, PixelFormat format) {
+std::optional<BufferLayout> linear(const Request& request, PixelFormat format) {
     switch (format) {
         case HAL_PIXEL_FORMAT_RGBA_8888:
-            return rgba(width, height);
+            return rgba(request);
         case HAL_PIXEL_FORMAT_YCBCR_420_888:
         case HAL_PIXEL_FORMAT_YCbCr_420_SP:
-            return nv12(width, height);
+            return nv12(request);
         case HAL_PIXEL_FORMAT_YCbCr_420_SP_VENUS:
-            return venus(width, height);
+            return venus(request);
         case HAL_PIXEL_FORMAT_YCBCR_P010:
-            return p010(width, height);
+            return p010(request);
         case HAL_PIXEL_FORMAT_YV12:
-            return yv12(width, height);
+            return yv12(request);
         default:
             return std::nullopt;
     }
@@ -103,11 +117,12 @@ std::optional<BufferLayout> linear(uint32_t width, uint32_t height, PixelFormat 
 
 }  // namespace
 
-std::optional<BufferLayout> BufferLayout::of(uint32_t width, uint32_t height, PixelFormat format) {
+std::optional<BufferLayout> BufferLayout::of(uint32_t width, uint32_t height, PixelFormat format,
+                                             size_t rowPadding) {
     if (!isSide(width) || !isSide(height)) return std::nullopt;
     if (auto layout = compressed(width, height, format)) return layout;
 
-    auto layout = linear(width, height, format);
+    auto layout = linear({.width = width, .height = height, .rowPadding = rowPadding}, format);
     if (!layout) return std::nullopt;
     layout->stridePixels = static_cast<uint32_t>(layout->y.stride / layout->bytesPerSample);
     layout->size = alignUp(layout->size, kPageBytes);

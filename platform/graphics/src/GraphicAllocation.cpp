@@ -15,6 +15,8 @@
 namespace android::host {
 namespace {
 
+std::atomic<size_t> gRowPadding = 0;
+
 struct Register {
     std::shared_mutex lock;
     std::unordered_map<buffer_handle_t, std::shared_ptr<GraphicAllocation>> living;
@@ -61,8 +63,13 @@ bool GraphicAllocation::removeLock() {
     return true;
 }
 
+void setRowPadding(size_t rowPadding) {
+    gRowPadding = rowPadding;
+}
+
 status_t allocateGraphics(BufferRequest request, std::shared_ptr<GraphicAllocation>* out) {
-    const auto layout = BufferLayout::of(request.width, request.height, request.format);
+    const auto layout =
+        BufferLayout::of(request.width, request.height, request.format, gRowPadding);
     if (!layout) {
         ALOGE("%s: no buffer of %ux%u in format %#x", request.name.c_str(), request.width,
               request.height, static_cast<unsigned>(request.format));

@@ -3,6 +3,7 @@
 
 #include "MemoryFile.h"
 
+#include "Align.h"
 #include "LiveCounts.h"
 
 #include <fcntl.h>
@@ -38,12 +39,26 @@ int openFile(const std::string& name, size_t bytes) {
     return -1;
 }
 
+// The file's pages, and after them one that nobody may touch.
+size_t reachOf(size_t bytes) {
+    return alignUp(bytes, kPageBytes) + kPageBytes;
+}
+
 void* mapFile(int fd, size_t bytes) {
     if (FaultInjection::shouldFail(Fault::GraphicsMap)) {
         errno = ENOMEM;
         return MAP_FAILED;
     }
-    return mmap(nullptr, bytes, PROT_READ | PROT_WRITE, MAP_SHARED, fd, 0);
+    const size_t reach = reachOf(bytes);
+    void* const all = mmap(nullptr, reach, PROT_NONE, MAP_PRIVATE | MAP_ANONYMOUS, -1, 0);
+    if (all == MAP_FAILED) return all;
+    void* const base = mmap(all, bytes, PROT_READ | PROT_WRITE, MAP_SHARED | MAP_FIXED, fd, 0);
+    if (base == MAP_FAILED) {
+        const int error = errno;
+        munmap(all, reach);
+        errno = error;
+    }
+    return base;
 }
 
 }  // namespace
@@ -68,7 +83,7 @@ MemoryFile::MemoryFile(int fd, uint8_t* base, size_t size) : mFd(fd), mBase(base
 }
 
 MemoryFile::~MemoryFile() {
-    munmap(mBase, mSize);
+    munmap(mBase, reachOf(mSize));
     close(mFd);
     countMemory(-1, -static_cast<int64_t>(mSize));
 }

@@ -8,7 +8,8 @@
 
 namespace android::host {
 
-// Owns a descriptor of an anonymous file and one shared, writable mapping of it. The file is
+// Owns a descriptor of an anonymous file and one shared, writable mapping of it. A page that may
+// not be touched follows the mapping, so that who runs past its end is stopped there. The file is
 // sealed against resizing, so that nobody who holds the descriptor can pull pages from under a
 // reader. Pages cost memory from their first use on. Threading: thread-safe, the bytes excepted.
 class MemoryFile {

@@ -40,8 +40,16 @@ struct BufferLayout {
         return kind == BufferKind::SemiPlanar ? size_t{2} * bytesPerSample : bytesPerSample;
     }
 
-    // Empty for an unknown format, a size below 1 pixel, or a buffer of more than 2^31 - 1 bytes.
-    static std::optional<BufferLayout> of(uint32_t width, uint32_t height, PixelFormat format);
+    // rowPadding: bytes, a multiple of 64, by which rows are longer than the format's rule has
+    // them; compressed formats have no rows. Empty for an unknown format, a size below 1 pixel, or
+    // a buffer of more than 2^31 - 1 bytes.
+    static std::optional<BufferLayout> of(uint32_t width, uint32_t height, PixelFormat format,
+                                          size_t rowPadding = 0);
 };
+
+// Has the allocator give every buffer from now on so much rowPadding, as another device's might:
+// code that works out strides for itself is caught. 0 at the start.
+// Threading: thread-safe.
+void setRowPadding(size_t rowPadding);
 
 }  // namespace android::host
