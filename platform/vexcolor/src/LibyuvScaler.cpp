@@ -17,7 +17,8 @@ bool isHalf(FrameSize a, FrameSize b) {
 bool LibyuvScaler::isMadeFor(FrameSize from, FrameSize to, PlaneKind kind) {
     if (from == to) return true;
     if (kind.bytesPerSample != 1) return false;
-    return isHalf(to, from) || (isHalf(from, to) && kind.samplesPerUnit == 1);
+    // libyuv only repeats the rows of a plane that is one sample wide.
+    return isHalf(to, from) || (isHalf(from, to) && kind.samplesPerUnit == 1 && from.width > 1);
 }
 
 bool LibyuvScaler::scale(const Plane& from, const Plane& to) {
