@@ -6,8 +6,8 @@
 #include <memory>
 #include <thread>
 
-#include "VexcolorFrames.h"
 #include "support/LogCapture.h"
+#include "support/SampledFrames.h"
 
 namespace cl::converter {
 namespace {
@@ -47,20 +47,6 @@ TestBuffer compress(const Depth& depth, Size size, const Frame& frame, uint8_t p
         makeConverter(depth.linearCode, depth.tiledCode, size)->convert(linear.get(), tiled.get()),
         1);
     return tiled;
-}
-
-// Sample x of row y of a plane's units, straight from the picture of the layout in the docs.
-uint16_t sampleInTiles(const TestBuffer& buffer, const CompressedPlane& plane, uint32_t bits,
-                       uint32_t unitSamples, uint32_t x, uint32_t y) {
-    const uint32_t rows = bits == 8 ? 8 : 4, perRow = bits == 8 ? 32 : 48;
-    const uint32_t tile = y / rows * plane.tilesX + x / perRow;
-    const uint8_t* slot = buffer.bytes() + plane.tilesOffset + size_t{tile} * 256;
-    const bool solid = buffer.bytes()[plane.metadataOffset + tile] == 1;
-    const uint32_t inX = solid ? x % unitSamples : x % perRow, inY = solid ? 0 : y % rows;
-    if (bits == 8) return slot[inY * 32 + inX];
-    uint32_t word;
-    memcpy(&word, slot + inY * 64 + inX / 3 * 4, sizeof(word));
-    return word >> (inX % 3 * 10) & 0x3FF;
 }
 
 TEST(CLConverterTest, RoundTripKeepsEverySampleAndThePadding) {

@@ -8,8 +8,8 @@
 #include <cmath>
 #include <memory>
 
-#include "VexcolorFrames.h"
 #include "support/LogCapture.h"
+#include "support/SampledFrames.h"
 
 namespace cl {
 namespace {

@@ -1,4 +1,4 @@
-// Frames in graphics buffers, sample by sample, for the tests of vexcolor.
+// Frames in graphics buffers, sample by sample, with the bytes around them.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -42,7 +42,7 @@ struct Component {
     friend bool operator==(const Component&, const Component&) = default;
 };
 
-// Y, Cb, Cr.
+// Y, Cb, Cr; or R, G, B, A.
 using Frame = std::vector<Component>;
 
 // What value component c has at (x, y).
@@ -72,6 +72,13 @@ inline Frame makeNoise(Size size, uint32_t bits) {
     });
 }
 
+// The four components of an RGBA picture, all zero.
+inline Frame makeRgba(Size size) {
+    const Component none = {size.width, size.height,
+                            std::vector<uint16_t>(size_t{size.width} * size.height)};
+    return Frame(4, none);
+}
+
 // A linear or compressed graphics buffer, every byte of it a sentinel at first.
 class TestBuffer {
 public:
@@ -94,8 +101,9 @@ public:
     }
 
     Frame read() const {
-        Frame frame = makeFrame({mBuffer->getWidth(), mBuffer->getHeight()},
-                                [](uint32_t, uint32_t, uint32_t) { return 0U; });
+        const Size size = {mBuffer->getWidth(), mBuffer->getHeight()};
+        Frame frame = isRgba() ? makeRgba(size)
+                               : makeFrame(size, [](uint32_t, uint32_t, uint32_t) { return 0U; });
         visit(frame, [&](uint8_t* sample, Component& component, uint32_t x, uint32_t y) {
             component.samples[size_t{y} * component.width + x] = get(sample);
         });
@@ -108,20 +116,24 @@ public:
         const Frame frame = read();
         visit(frame, [&](const uint8_t* sample, const Component&, uint32_t, uint32_t) {
             const auto offset = static_cast<size_t>(sample - mPixels.base);
-            memcpy(&expected[offset], sample, mPixels.layout.bytesPerSample);
+            memcpy(&expected[offset], sample, isWide() ? 2 : 1);
         });
         return memcmp(expected.data(), mPixels.base, mPixels.size) == 0;
     }
 
 private:
+    bool isRgba() const { return mPixels.layout.kind == android::host::BufferKind::Rgb; }
+    bool isWide() const { return mPixels.layout.bytesPerSample == 2; }
+
     template <typename AnyFrame, typename Visitor>
     void visit(AnyFrame& frame, const Visitor& visitor) const {
         const auto& layout = mPixels.layout;
         const android::host::PlaneLayout planes[] = {layout.y, layout.cb, layout.cr};
-        for (uint32_t c = 0; c < 3; ++c) {
-            const size_t step = c == 0 ? layout.bytesPerSample : layout.chromaStep();
+        for (uint32_t c = 0; c < frame.size(); ++c) {
+            const auto& plane = planes[isRgba() ? 0 : c];
+            const size_t step = c == 0 || isRgba() ? layout.bytesPerSample : layout.chromaStep();
             for (uint32_t y = 0; y < frame[c].height; ++y) {
-                uint8_t* row = mPixels.base + planes[c].offset + y * planes[c].stride;
+                uint8_t* row = mPixels.base + plane.offset + y * plane.stride + (isRgba() ? c : 0);
                 for (uint32_t x = 0; x < frame[c].width; ++x) {
                     visitor(row + x * step, frame[c], x, y);
                 }
@@ -132,14 +144,14 @@ private:
     // P010 has its ten bits at the top; a value with any of the others set is no valid sample.
     void put(uint8_t* sample, uint16_t value) const {
         const auto stored = static_cast<uint16_t>(value << 6);
-        if (mPixels.layout.bytesPerSample == 1) {
+        if (!isWide()) {
             *sample = static_cast<uint8_t>(value);
         } else {
             memcpy(sample, &stored, sizeof(stored));
         }
     }
     uint16_t get(const uint8_t* sample) const {
-        if (mPixels.layout.bytesPerSample == 1) return *sample;
+        if (!isWide()) return *sample;
         uint16_t stored;
         memcpy(&stored, sample, sizeof(stored));
         return (stored & 0x3F) == 0 ? stored >> 6 : 0xFFFF;
@@ -149,5 +161,19 @@ private:
     android::host::GraphicBufferPixels mPixels;
     uint8_t mSentinel;
 };
+
+// Sample x of row y of a plane's units, straight from the picture of the layout in the docs.
+inline uint16_t sampleInTiles(const TestBuffer& buffer, const android::host::CompressedPlane& plane,
+                              uint32_t bits, uint32_t unitSamples, uint32_t x, uint32_t y) {
+    const uint32_t rows = bits == 8 ? 8 : 4, perRow = bits == 8 ? 32 : 48;
+    const uint32_t tile = y / rows * plane.tilesX + x / perRow;
+    const uint8_t* slot = buffer.bytes() + plane.tilesOffset + size_t{tile} * 256;
+    const bool solid = buffer.bytes()[plane.metadataOffset + tile] == 1;
+    const uint32_t inX = solid ? x % unitSamples : x % perRow, inY = solid ? 0 : y % rows;
+    if (bits == 8) return slot[inY * 32 + inX];
+    uint32_t word;
+    memcpy(&word, slot + inY * 64 + inX / 3 * 4, sizeof(word));
+    return word >> (inX % 3 * 10) & 0x3FF;
+}
 
 }  // namespace cl
