@@ -180,6 +180,9 @@ TEST_F(GlConverter, RefusesFormatsThatAreNone) {
     EXPECT_EQ(mConverter.init(nullptr), BAD_VALUE);
     EXPECT_EQ(mConverter.init(empty), BAD_VALUE);
     EXPECT_TRUE(hasError(kTag, "\"dst\""));
+    const sp<AMessage> nullDst = new AMessage();
+    nullDst->setMessage("dst", nullptr);
+    EXPECT_EQ(mConverter.init(nullDst), BAD_VALUE);
     EXPECT_EQ(mConverter.init(noHeight), BAD_VALUE);
     EXPECT_TRUE(hasError(kTag, "\"width\""));
     EXPECT_EQ(mConverter.init(glFormat(0, 4)), BAD_VALUE);

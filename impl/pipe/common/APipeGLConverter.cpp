@@ -88,7 +88,7 @@ bool APipeGLConverter::isOnInitThread(const char* operation) const {
 
 bool APipeGLConverter::readDstSize(const sp<AMessage>& msg) {
     sp<AMessage> dst;
-    if (msg == nullptr || !msg->findMessage("dst", &dst)) {
+    if (msg == nullptr || !msg->findMessage("dst", &dst) || dst == nullptr) {
         ALOGE("init without \"dst\"");
         return false;
     }
