@@ -56,6 +56,8 @@ int millisecondsUntil(std::chrono::steady_clock::time_point time) {
     dup2(in, STDIN_FILENO);
     dup2(out, STDOUT_FILENO);
     dup2(err, STDERR_FILENO);
+    // The loader of EGL drivers finds none.
+    if (options.withoutGpu) setenv("__EGL_VENDOR_LIBRARY_FILENAMES", "/dev/null", 1);
     if (options.fileSizeLimit > 0) {
         const auto limit = static_cast<rlim_t>(options.fileSizeLimit);
         const rlimit both{limit, limit};

@@ -20,6 +20,7 @@ struct RunOptions {
     std::string input = {};   // for its standard input
     long fileSizeLimit = 0;   // bytes; 0 is none
     bool onTerminal = false;  // standard error is a terminal
+    bool withoutGpu = false;  // there is no EGL display
 };
 
 /** Runs the command to its end. A run that takes longer than two minutes is killed and fails. */

@@ -149,6 +149,22 @@ TEST_F(Snapshot, SaysWhenAnEngineCannotFollowTheTags) {
     expectNear(rgbAt(mOut, 20, 20), {grey, grey, grey}, 2);
 }
 
+TEST_F(Snapshot, CapturesWithoutAGpuUnlessToldNotTo) {
+    Clip clip = flatClip(64, 48);
+    clip.range = AVCOL_RANGE_MPEG;
+    ASSERT_TRUE(makeClip(mIn, clip));
+    const RunResult run = runPlexa({"snapshot", mIn, mOut}, {.withoutGpu = true});
+    ASSERT_EQ(run.status, 0) << run.err;
+    EXPECT_THAT(run.out, HasSubstr("engine capture; "));
+    EXPECT_THAT(run.out, HasSubstr("note: engine gl cannot start here (OpenGLHelper: eglGetDisplay "
+                                   "failed); engine capture in its place"));
+    expectNear(rgbAt(mOut, 20, 20), formula(clip, 0.299, 0.114), 2);
+    const RunResult told =
+        runPlexa({"snapshot", mIn, mOut, "--engine", "gl"}, {.withoutGpu = true});
+    EXPECT_EQ(told.status, 1);
+    EXPECT_THAT(told.err, StartsWith("plexa: engine gl cannot start here (OpenGLHelper: "));
+}
+
 TEST_F(Snapshot, TakesTheFirstFrameAtOrAfterATime) {
     // Frame i is shown i * 40 ms after the first one, which comes at 1000 ms.
     Clip clip = flatClip(64, 48, 5);

@@ -16,7 +16,7 @@ namespace {
 
 constexpr int kMaxSheetSide = 100;
 
-constexpr const char* kDescription =
+constexpr const char* kScaleDescription =
     "Scales a video through a chain of stages: each decoded frame is compressed as by a "
     "device's decoder, decompressed, scaled, and written.";
 
@@ -40,7 +40,7 @@ std::string checkSheet(const std::string& value) {
 }  // namespace
 
 ScaleCommand::ScaleCommand(CLI::App* program)
-    : mCommand(program->add_subcommand("scale", kDescription)) {
+    : mCommand(program->add_subcommand("scale", kScaleDescription)) {
     mCommand->add_option("INPUT", mRequest.input, kInputs)->required();
     mCommand->add_option("OUTPUT", mRequest.output, kOutputs)->required();
     addSizeOption(mCommand, &mRequest.size, "output")->required();

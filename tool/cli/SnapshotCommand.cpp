@@ -16,7 +16,7 @@
 namespace plexa {
 namespace {
 
-constexpr const char* kDescription =
+constexpr const char* kSnapshotDescription =
     "Makes a PNG picture of one frame, converted to RGB by the GPU or, tone mapped, by the "
     "frame-capture library.";
 
@@ -52,7 +52,7 @@ std::string checkCrop(const std::string& value) {
 }  // namespace
 
 SnapshotCommand::SnapshotCommand(CLI::App* program)
-    : mCommand(program->add_subcommand("snapshot", kDescription)) {
+    : mCommand(program->add_subcommand("snapshot", kSnapshotDescription)) {
     mCommand->add_option("INPUT", mRequest.input, kInputs)->required();
     mCommand
         ->add_option("OUTPUT", mRequest.output,
@@ -92,7 +92,9 @@ void SnapshotCommand::addPictureOptions() {
             },
             "gl: SDR of BT.601 and BT.709 with limited range; capture: everything, HDR tone "
             "mapped; "
-            "auto, the default: gl for what it shows right, capture for the rest")
+            "auto, the default: gl for what it shows right, capture for the rest and where gl "
+            "cannot "
+            "start")
         ->type_name("auto|gl|capture")
         ->check(checkEngine);
     addSizeOption(mCommand, &mRequest.size, "picture; default that of the crop");

@@ -52,7 +52,7 @@ Status PictureConverter::open(Engine engine, int32_t dataspace, int width, int h
         mConverter->setColorSpace(legacyDataspace(dataspace));
         if (mConverter->init(formats) == android::OK) return {};
     }
-    return Status::error(withLibraryError(text("--engine: %s cannot start here", mName)));
+    return Status::error(withLibraryError(text("engine %s cannot start here", mName)));
 }
 
 Status PictureConverter::convert(const sp<APipeBuffer>& frame, const sp<APipeBuffer>& picture) {

@@ -11,7 +11,7 @@ namespace plexa {
 
 /** Who renders a picture. */
 enum class Engine {
-    Auto,     // Gl for what its shaders show right, Capture for the rest
+    Auto,     // Gl for what its shaders show right; Capture for the rest, and where Gl cannot start
     Gl,       // the GPU shader converter: SDR of BT.601 and BT.709 with limited range
     Capture,  // the frame-capture converter: everything, HDR tone mapped
 };
@@ -40,7 +40,7 @@ public:
     PictureConverter(const PictureConverter&) = delete;
     PictureConverter& operator=(const PictureConverter&) = delete;
 
-    /** `engine` is not Auto; width and height are those of the picture. */
+    /** `engine` is not Auto; width and height are those of the picture. Also after a failure. */
     Status open(Engine engine, int32_t dataspace, int width, int height);
 
     /** Fills `picture` (allocatePicture()) with the part of `frame` that its "crop" names. */

@@ -108,7 +108,7 @@ Status SnapshotJob::loadFrame(const AVFrame& frame, sp<APipeBuffer>* buffer) con
     return {};
 }
 
-Status SnapshotJob::render(const sp<APipeBuffer>& frame, FramePtr* rgb) const {
+Status SnapshotJob::render(const sp<APipeBuffer>& frame, FramePtr* rgb) {
     const auto& [width, height] = mResult.size;
     const sp<APipeBuffer> picture = allocatePicture(width, height);
     if (picture == nullptr) {
@@ -117,7 +117,7 @@ Status SnapshotJob::render(const sp<APipeBuffer>& frame, FramePtr* rgb) const {
     }
     picture->unlock();
     PictureConverter converter;
-    Status status = converter.open(mResult.engine, mDataspace, width, height);
+    Status status = openConverter(&converter);
     if (status.isOk()) status = converter.convert(frame, picture);
     if (!status.isOk()) return status;
     if (picture->lock() != android::OK) {
@@ -130,11 +130,25 @@ Status SnapshotJob::render(const sp<APipeBuffer>& frame, FramePtr* rgb) const {
     return status.isOk() ? status : Status::error(mRequest.output + ": " + status.text());
 }
 
+Status SnapshotJob::openConverter(PictureConverter* converter) {
+    const auto& [width, height] = mResult.size;
+    Status status = converter->open(mResult.engine, mDataspace, width, height);
+    if (status.isOk() || mRequest.engine != Engine::Auto || mResult.engine != Engine::Gl) {
+        return status;
+    }
+    mFallbackReason = status.text();
+    mResult.engine = Engine::Capture;
+    return converter->open(mResult.engine, mDataspace, width, height);
+}
+
 std::vector<std::string> SnapshotJob::warnings() const {
     std::vector<std::string> result = mReader.damageWarnings();
     if (!showsTrueColors(mResult.engine, mDataspace)) {
         result.push_back(mRequest.input + ": engine " + nameOf(mResult.engine) +
                          " shows its colours wrong; --engine capture follows its tags");
+    }
+    if (!mFallbackReason.empty()) {
+        result.push_back(mFallbackReason + "; engine " + nameOf(mResult.engine) + " in its place");
     }
     if (mResult.source.displayMatrix.has_value()) {
         result.push_back(mRequest.input + ": players turn or mirror it; the picture is as coded");

@@ -55,7 +55,8 @@ private:
     Status findFrame(const AVFrame** frame);
     Status chooseArea(const AVFrame& frame);
     Status loadFrame(const AVFrame& frame, android::sp<android::APipeBuffer>* buffer) const;
-    Status render(const android::sp<android::APipeBuffer>& frame, FramePtr* rgb) const;
+    Status render(const android::sp<android::APipeBuffer>& frame, FramePtr* rgb);
+    Status openConverter(PictureConverter* converter);
     std::vector<std::string> warnings() const;
 
     const SnapshotRequest mRequest;
@@ -64,6 +65,7 @@ private:
     OutputFile mFile;
     SnapshotReport mResult;
     int32_t mDataspace = 0;
+    std::string mFallbackReason;  // why Capture stands in for Gl, if it does
 };
 
 }  // namespace plexa
