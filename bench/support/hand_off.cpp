@@ -1,13 +1,46 @@
 // Baselines: what it costs to pass an item between two threads with nothing around it.
 #include "support/hand_off.h"
 
-#include <atomic>
 #include <condition_variable>
 #include <deque>
 #include <mutex>
-#include <thread>
+
+#include <linux/futex.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace plexa::bench {
+
+void futexSleepWhile(const std::atomic<int>& word, int value) {
+    while (word == value)
+        syscall(SYS_futex, &word, FUTEX_WAIT_PRIVATE, value, nullptr, nullptr, 0);
+}
+
+void futexWake(const std::atomic<int>& word) {
+    syscall(SYS_futex, &word, FUTEX_WAKE_PRIVATE, 1, nullptr, nullptr, 0);
+}
+
+FutexEcho::FutexEcho() : mThread([this] { answer(); }) {}
+
+FutexEcho::~FutexEcho() {
+    give(kEnd);
+    mThread.join();
+}
+
+void FutexEcho::call() {
+    give(kEcho);
+    futexSleepWhile(mTurn, kEcho);
+}
+
+void FutexEcho::answer() {
+    for (futexSleepWhile(mTurn, kCaller); mTurn == kEcho; futexSleepWhile(mTurn, kCaller))
+        give(kCaller);
+}
+
+void FutexEcho::give(Turn turn) {
+    mTurn = turn;
+    futexWake(mTurn);
+}
 
 void passThroughQueue(int items) {
     std::mutex lock;
@@ -26,21 +59,6 @@ void passThroughQueue(int items) {
         filled.notify_one();
     }
     consumer.join();
-}
-
-void pingPong(int handOffs) {
-    std::atomic<int> turn = 0;
-    const auto play = [&](int side) {
-        for (int mine = side; mine < handOffs; mine += 2) {
-            for (int now = turn; now != mine; now = turn)
-                turn.wait(now);
-            turn = mine + 1;
-            turn.notify_one();
-        }
-    };
-    std::thread other(play, 1);
-    play(0);
-    other.join();
 }
 
 }  // namespace plexa::bench

@@ -1,12 +1,40 @@
 // Baselines: what it costs to pass an item between two threads with nothing around it.
 #pragma once
 
+#include <atomic>
+#include <thread>
+
 namespace plexa::bench {
+
+/// The plain system calls: std::atomic's wait and notify spin and yield before they go to sleep.
+void futexSleepWhile(const std::atomic<int>& word, int value);
+void futexWake(const std::atomic<int>& word);
+
+/// A thread that sleeps on a futex and answers each call.
+///
+/// Threading: reentrant.
+class FutexEcho {
+public:
+    FutexEcho();
+    ~FutexEcho();
+
+    FutexEcho(const FutexEcho&) = delete;
+    FutexEcho& operator=(const FutexEcho&) = delete;
+
+    /// One hand-off there and one back; the caller sleeps meanwhile.
+    void call();
+
+private:
+    enum Turn { kCaller, kEcho, kEnd };
+
+    void answer();
+    void give(Turn turn);
+
+    std::atomic<int> mTurn = kCaller;
+    std::thread mThread;
+};
 
 /// So many items through a queue under a mutex and a condition, from one thread to another.
 void passThroughQueue(int items);
-
-/// So many one-way hand-offs between two threads that sleep on a futex in turn.
-void pingPong(int handOffs);
 
 }  // namespace plexa::bench

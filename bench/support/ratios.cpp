@@ -1,80 +1,129 @@
 // Runs the benchmarks of a program interleaved and prints ratios of their throughputs.
 #include "support/ratios.h"
 
-#include <benchmark/benchmark.h>
-
 #include <algorithm>
 #include <cstdio>
-#include <map>
+#include <fstream>
+#include <nlohmann/json.hpp>
+#include <optional>
+#include <string_view>
+
+#include "support/line_fit.h"
+#include "support/rates.h"
 
 namespace plexa::bench {
 
 namespace {
 
-using Rates = std::map<std::string, std::vector<double>>;
+using Json = nlohmann::ordered_json;
 
-// "function", or "function/argument".
-std::string key(const benchmark::BenchmarkName& name) {
-    return name.args.empty() ? name.function_name : name.function_name + "/" + name.args;
-}
+constexpr double kMicroseconds = 1e6;
 
-// Prints the usual table and keeps each run's items a second.
-class RateKeeper : public benchmark::ConsoleReporter {
-public:
-    void ReportRuns(const std::vector<Run>& runs) override {
-        ConsoleReporter::ReportRuns(runs);
-        for (const Run& run : runs) {
-            const auto rate = run.counters.find("items_per_second");
-            if (run.run_type != Run::RT_Iteration || rate == run.counters.end()) continue;
-            rates[key(run.run_name)].push_back(rate->second);
-        }
-    }
-
-    Rates rates;
-};
-
-double median(std::vector<double> values) {
-    const auto middle = values.begin() + static_cast<std::ptrdiff_t>(values.size() / 2);
-    std::nth_element(values.begin(), middle, values.end());
-    return *middle;
-}
-
-void printRatio(const Ratio& ratio, const Rates& rates) {
+// The runs of the subject over the median of the slowest baseline; empty when one did not run.
+std::vector<double> eachRun(const Ratio& ratio, const Rates& rates) {
     const auto subject = rates.find(ratio.subject);
-    if (subject == rates.end()) return;
+    if (subject == rates.end()) return {};
     double slowest = 0;
     for (const std::string& name : ratio.baselines) {
         const auto baseline = rates.find(name);
-        if (baseline == rates.end()) return;
+        if (baseline == rates.end()) return {};
         const double rate = median(baseline->second);
         slowest = slowest == 0 ? rate : std::min(slowest, rate);
     }
     std::vector<double> each;
     for (double rate : subject->second)
         each.push_back(rate / slowest);
+    return each;
+}
+
+std::string wantedOf(const Ratio& ratio) {
+    char text[32] = "";
+    if (ratio.atLeast > 0) std::snprintf(text, sizeof(text), "at least %g", ratio.atLeast);
+    if (ratio.atMost > 0) std::snprintf(text, sizeof(text), "at most %g", ratio.atMost);
+    return text;
+}
+
+std::optional<Json> show(const Ratio& ratio, const Rates& rates) {
+    const std::vector<double> each = eachRun(ratio, rates);
+    if (each.empty()) return std::nullopt;
+    const double middle = median(each);
     const auto [low, high] = std::minmax_element(each.begin(), each.end());
-    std::printf("%-44s %6.3f  (%.3f to %.3f over %zu runs)\n", ratio.title.c_str(), median(each),
-                *low, *high, each.size());
+    const bool isMet = middle >= ratio.atLeast && (ratio.atMost == 0 || middle <= ratio.atMost);
+    const std::string wanted = wantedOf(ratio);
+    std::printf("%-50s %8.3f  (%.3f to %.3f over %zu runs)%s%s\n", ratio.title.c_str(), middle,
+                *low, *high, each.size(), wanted.empty() ? "" : "  wanted: ", wanted.c_str());
+    return Json{{"title", ratio.title}, {"wanted", wanted},
+                {"met", isMet},         {"median", middle},
+                {"low", *low},          {"high", *high},
+                {"runs", each.size()},  {"subject", ratio.subject}};
+}
+
+std::vector<std::pair<double, double>> timesOf(const Growth& growth, const Rates& rates) {
+    std::vector<std::pair<double, double>> points;
+    const std::string prefix = growth.function + "/";
+    for (const auto& [name, each] : rates) {
+        if (name.starts_with(prefix))
+            points.emplace_back(std::stod(name.substr(prefix.size())),
+                                kMicroseconds / median(each));
+    }
+    return points;
+}
+
+std::optional<Json> show(const Growth& growth, const Rates& rates) {
+    const auto points = timesOf(growth, rates);
+    if (points.size() < 2) return std::nullopt;
+    const LineFit fit = fitLine(points);
+    std::printf("%-50s %8.3f us each + %.3f us  (R2 %.4f, worst point %.1f %% off)\n",
+                growth.title.c_str(), fit.slope, fit.intercept, fit.r2, 100 * fit.worstDeviation);
+    return Json{{"title", growth.title}, {"function", growth.function},
+                {"slope_us", fit.slope}, {"intercept_us", fit.intercept},
+                {"r2", fit.r2},          {"worst_deviation", fit.worstDeviation}};
+}
+
+template <typename Line>
+Json showAll(const std::vector<Line>& lines, const Rates& rates) {
+    Json shown = Json::array();
+    for (const Line& line : lines) {
+        if (auto json = show(line, rates)) shown.push_back(*json);
+    }
+    return shown;
+}
+
+// Takes --json=FILE out of the arguments; empty without one.
+std::string takeJsonFile(std::vector<char*>& arguments) {
+    constexpr std::string_view kOption = "--json=";
+    const auto option = std::find_if(arguments.begin(), arguments.end(), [&](const char* argument) {
+        return std::string_view(argument).starts_with(kOption);
+    });
+    if (option == arguments.end()) return {};
+    const std::string file = *option + kOption.size();
+    arguments.erase(option);
+    return file;
 }
 
 }  // namespace
 
-int runWithRatios(int argc, char** argv, const std::vector<Ratio>& ratios) {
+int runWithRatios(int argc, char** argv, const std::vector<Ratio>& ratios,
+                  const std::vector<Growth>& growths) {
     std::vector<char*> arguments = {argv[0]};
     char repetitions[] = "--benchmark_repetitions=5";
     char interleaving[] = "--benchmark_enable_random_interleaving=true";
     arguments.push_back(repetitions);
     arguments.push_back(interleaving);
     arguments.insert(arguments.end(), argv + 1, argv + argc);
+    const std::string file = takeJsonFile(arguments);
     int count = static_cast<int>(arguments.size());
     benchmark::Initialize(&count, arguments.data());
     if (benchmark::ReportUnrecognizedArguments(count, arguments.data())) return 2;
     RateKeeper keeper;
     benchmark::RunSpecifiedBenchmarks(&keeper);
     std::puts("");
-    for (const Ratio& ratio : ratios)
-        printRatio(ratio, keeper.rates);
-    return 0;
+    Json json;
+    json["ratios"] = showAll(ratios, keeper.rates());
+    json["growths"] = showAll(growths, keeper.rates());
+    json["rates"] = keeper.rates();
+    if (!file.empty()) std::ofstream(file) << json.dump(1) << '\n';
+    return keeper.hasFailed() ? 1 : 0;
 }
 
 }  // namespace plexa::bench

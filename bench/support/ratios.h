@@ -12,10 +12,22 @@ struct Ratio {
     std::string title;
     std::string subject;
     std::vector<std::string> baselines;
+    // What is wanted; 0 for no bound.
+    double atLeast = 0;
+    double atMost = 0;
+};
+
+/// Another line: how the median time an item of `function/n` grows with n.
+struct Growth {
+    std::string title;
+    std::string function;
 };
 
 /// A main(): each benchmark runs five times, in random order, so that a noisy moment hits all
-/// alike. The usual --benchmark_ options hold; they may set other numbers. Returns the exit status.
-int runWithRatios(int argc, char** argv, const std::vector<Ratio>& ratios);
+/// alike. The usual --benchmark_ options hold; they may set other numbers. --json=FILE writes the
+/// tables and each run's items a second to a file too. Returns the exit status, which is not that
+/// of missed bounds.
+int runWithRatios(int argc, char** argv, const std::vector<Ratio>& ratios,
+                  const std::vector<Growth>& growths = {});
 
 }  // namespace plexa::bench

@@ -12,7 +12,7 @@ namespace plexa::bench {
 /// Threading: reentrant.
 class VideoscalePeer {
 public:
-    VideoscalePeer(Size source, Size target, Buffers frames);
+    VideoscalePeer(const Depth& depth, Size source, Size target, Buffers frames);
 
     /// False when the pipeline stops short.
     bool run(int frames);
@@ -20,6 +20,7 @@ public:
 private:
     GstBuffer* wrapNext();
 
+    bool mIsNv12;
     Size mSource;
     Buffers mFrames;
     size_t mNextFrame = 0;
