@@ -1,7 +1,6 @@
 // The engines: which calls reach the compute library, and what is refused before it.
 #include <APipeCLConverter.h>
 #include <AScalerCL.h>
-#include <dlfcn.h>
 #include <gmock/gmock.h>
 
 #include <cstring>
@@ -10,22 +9,8 @@
 #include "support/GraphicFrames.h"
 #include "support/LogCapture.h"
 #include "support/TestStage.h"
+#include "support/VexcolorPath.h"
 #include "support/fake_vexcolor/FakeVexcolor.h"
-
-namespace {
-
-// Where the next dlopen of libvexcolor.so leads: another library, or nowhere.
-const char* gVexcolorPath = "libvexcolor.so";
-
-}  // namespace
-
-// Takes the loader's place for every library of this program.
-extern "C" __attribute__((visibility("default"))) void* dlopen(const char* path, int mode) {
-    using Open = void* (*)(const char*, int);
-    static const auto next = reinterpret_cast<Open>(dlsym(RTLD_NEXT, "dlopen"));
-    if (path != nullptr && strcmp(path, "libvexcolor.so") == 0) path = gVexcolorPath;
-    return next(path, mode);
-}
 
 namespace android {
 namespace {
@@ -57,7 +42,7 @@ sp<AMessage> without(const char* key, const sp<AMessage>& format) {
 class EngineTest : public testing::Test {
 protected:
     EngineTest() { plexa::fake_vexcolor::forget(); }
-    ~EngineTest() override { gVexcolorPath = "libvexcolor.so"; }
+    ~EngineTest() override { plexa::gVexcolorPath = "libvexcolor.so"; }
 
     // The engine must refuse a message with any of its parts missing, before the library is asked.
     void expectRefusals(const char* tag, const std::function<status_t(const sp<AMessage>&)>& init,
@@ -169,13 +154,13 @@ TEST_F(EngineTest, TheScalerNeedsTheWholeLibrary) {
     for (const char* path : {"/nowhere/libvexcolor.so", FAKE_VEXCOLOR_WITHOUT_SCALE, "libm.so.6"}) {
         LogCapture log;
         AScalerCL scaler;
-        gVexcolorPath = path;
+        plexa::gVexcolorPath = path;
         EXPECT_EQ(scaler.init(msg), UNKNOWN_ERROR) << path;
         const bool missing = path[1] == 'n';
         EXPECT_EQ(log.count(ANDROID_LOG_ERROR, "AScalerCL", "dlopen libvexcolor failed"), missing);
         EXPECT_EQ(log.countFrom(ANDROID_LOG_ERROR), missing);
         scaler.deinit();
-        gVexcolorPath = "libvexcolor.so";
+        plexa::gVexcolorPath = "libvexcolor.so";
         refuse("createScaler");
         EXPECT_EQ(scaler.init(msg), UNKNOWN_ERROR);
         plexa::fake_vexcolor::forget();

@@ -110,6 +110,7 @@ public:
     std::function<void()> mOnDestroyed;
     std::vector<std::string> mParameters;
     bool mSkipsOnWork = false;
+    android::APipeBuffer::ColorFormat mPoolFormat = android::APipeBuffer::Nv12;
     std::atomic<int> mWorkCount = 0;
 
 protected:
@@ -118,8 +119,8 @@ protected:
     }
 
     void onInit(const android::sp<android::AMessage>& msg) override {
-        if (setBufferInfo(mPoolSize, kFrameWidth, kFrameHeight, android::APipeBuffer::Nv12,
-                          false) != android::OK) {
+        if (setBufferInfo(mPoolSize, kFrameWidth, kFrameHeight, mPoolFormat, false) !=
+            android::OK) {
             return notifyError(android::UNKNOWN_ERROR);
         }
         APipe::onInit(msg);
