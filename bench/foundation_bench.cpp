@@ -5,6 +5,7 @@
 #include <utils/Trace.h>
 
 #include "support/costs.h"
+#include "support/ratios.h"
 
 namespace {
 
@@ -25,7 +26,6 @@ void strongCopy(benchmark::State& state) {
         benchmark::DoNotOptimize(copy.get());
     }
 }
-BENCHMARK(strongCopy);
 
 void weakPromote(benchmark::State& state) {
     const auto thing = sp<Thing>::make();
@@ -35,14 +35,12 @@ void weakPromote(benchmark::State& state) {
         benchmark::DoNotOptimize(strong.get());
     }
 }
-BENCHMARK(weakPromote);
 
 void objectLife(benchmark::State& state) {
     const Costs costs(state);
     for (auto _ : state)
         benchmark::DoNotOptimize(sp<Thing>::make().get());
 }
-BENCHMARK(objectLife);
 
 // A buffer's metadata as a stage sees it.
 sp<AMessage> makeMeta() {
@@ -63,7 +61,6 @@ void messageFind(benchmark::State& state) {
         benchmark::DoNotOptimize(value);
     }
 }
-BENCHMARK(messageFind);
 
 void messageFindMissing(benchmark::State& state) {
     const auto meta = makeMeta();
@@ -71,7 +68,6 @@ void messageFindMissing(benchmark::State& state) {
     for (auto _ : state)
         benchmark::DoNotOptimize(meta->findInt32("use-wait-buffer", &value));
 }
-BENCHMARK(messageFindMissing);
 
 void messageSet(benchmark::State& state) {
     const auto meta = makeMeta();
@@ -79,14 +75,12 @@ void messageSet(benchmark::State& state) {
     for (auto _ : state)
         meta->setInt64("timeUs", ++value);
 }
-BENCHMARK(messageSet);
 
 void messageLifeOfFiveValues(benchmark::State& state) {
     const Costs costs(state);
     for (auto _ : state)
         benchmark::DoNotOptimize(makeMeta().get());
 }
-BENCHMARK(messageLifeOfFiveValues);
 
 void messageDup(benchmark::State& state) {
     const auto meta = makeMeta();
@@ -94,7 +88,6 @@ void messageDup(benchmark::State& state) {
     for (auto _ : state)
         benchmark::DoNotOptimize(meta->dup().get());
 }
-BENCHMARK(messageDup);
 
 void logBelowThreshold(benchmark::State& state) {
     int value = 0;
@@ -103,7 +96,6 @@ void logBelowThreshold(benchmark::State& state) {
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(logBelowThreshold);
 
 void traceOff(benchmark::State& state) {
     for (auto _ : state) {
@@ -111,6 +103,24 @@ void traceOff(benchmark::State& state) {
         benchmark::ClobberMemory();
     }
 }
-BENCHMARK(traceOff);
+
+void configure(benchmark::internal::Benchmark* benchmark) {
+    benchmark->MinTime(0.1);
+}
 
 }  // namespace
+
+BENCHMARK(strongCopy)->Apply(configure);
+BENCHMARK(weakPromote)->Apply(configure);
+BENCHMARK(objectLife)->Apply(configure);
+BENCHMARK(messageFind)->Apply(configure);
+BENCHMARK(messageFindMissing)->Apply(configure);
+BENCHMARK(messageSet)->Apply(configure);
+BENCHMARK(messageLifeOfFiveValues)->Apply(configure);
+BENCHMARK(messageDup)->Apply(configure);
+BENCHMARK(logBelowThreshold)->Apply(configure);
+BENCHMARK(traceOff)->Apply(configure);
+
+int main(int argc, char** argv) {
+    return plexa::bench::runWithRatios(argc, argv, {});
+}

@@ -117,13 +117,13 @@ void libyuvP010(benchmark::State& state) {
 void decompressNv12(benchmark::State& state) {
     decompress(state, kNv12);
 }
-void decompressTp10(benchmark::State& state) {
+void decompressP010(benchmark::State& state) {
     decompress(state, kP010);
 }
 void compressNv12(benchmark::State& state) {
     compress(state, kNv12);
 }
-void compressTp10(benchmark::State& state) {
+void compressP010(benchmark::State& state) {
     compress(state, kP010);
 }
 void memcpyNv12(benchmark::State& state) {
@@ -140,22 +140,40 @@ void scaleP010(benchmark::State& state) {
 }
 
 // The sizes of most videos, inside the caches and beyond them.
-const std::vector<std::string> kSizes = {"1920/1080", "3840/2160"};
-void layouts(benchmark::internal::Benchmark* benchmark) {
+const std::vector<std::vector<int64_t>> kSizes = {{1920, 1080}, {3840, 2160}};
+
+// Halving, which the bound is for, other ratios down, and up.
+const std::vector<std::vector<int64_t>> kScales = {{3840, 2160, 1920, 1080},
+                                                   {1920, 1080, 960, 540},
+                                                   {1920, 1080, 1280, 720},
+                                                   {3840, 2160, 1000, 562},
+                                                   {1280, 720, 1920, 1080}};
+
+void configure(benchmark::internal::Benchmark* benchmark,
+               const std::vector<std::vector<int64_t>>& arguments) {
     benchmark->Unit(benchmark::kMicrosecond)->MinTime(0.2);
-    benchmark->Args({1920, 1080})->Args({3840, 2160});
+    for (const auto& each : arguments)
+        benchmark->Args(each);
+}
+void layouts(benchmark::internal::Benchmark* benchmark) {
+    configure(benchmark, kSizes);
+}
+void scales(benchmark::internal::Benchmark* benchmark) {
+    configure(benchmark, kScales);
 }
 
-// Halving, other ratios down, and up.
-const std::vector<std::string> kScales = {"3840/2160/1920/1080", "1920/1080/960/540",
-                                          "1920/1080/1280/720", "3840/2160/1000/562",
-                                          "1280/720/1920/1080"};
-void scales(benchmark::internal::Benchmark* benchmark) {
-    benchmark->Unit(benchmark::kMicrosecond)->MinTime(0.2);
-    benchmark->Args({3840, 2160, 1920, 1080})->Args({1920, 1080, 960, 540});
-    benchmark->Args({1920, 1080, 1280, 720})
-        ->Args({3840, 2160, 1000, 562})
-        ->Args({1280, 720, 1920, 1080});
+// "3840/2160/1920/1080", as a benchmark's name has it, and "3840x2160 to 1920x1080".
+std::string nameOf(const std::vector<int64_t>& arguments) {
+    std::string name;
+    for (int64_t argument : arguments)
+        name += "/" + std::to_string(argument);
+    return name;
+}
+std::string textOf(const std::vector<int64_t>& arguments) {
+    const auto size = [&](size_t first) {
+        return std::to_string(arguments[first]) + "x" + std::to_string(arguments[first + 1]);
+    };
+    return arguments.size() == 2 ? size(0) : size(0) + " to " + size(2);
 }
 
 }  // namespace
@@ -164,8 +182,8 @@ BENCHMARK(memcpyNv12)->Apply(layouts);
 BENCHMARK(decompressNv12)->Apply(layouts);
 BENCHMARK(compressNv12)->Apply(layouts);
 BENCHMARK(memcpyP010)->Apply(layouts);
-BENCHMARK(decompressTp10)->Apply(layouts);
-BENCHMARK(compressTp10)->Apply(layouts);
+BENCHMARK(decompressP010)->Apply(layouts);
+BENCHMARK(compressP010)->Apply(layouts);
 BENCHMARK(libyuvNv12)->Apply(scales);
 BENCHMARK(scaleNv12)->Apply(scales);
 BENCHMARK(libyuvP010)->Apply(scales);
@@ -173,22 +191,19 @@ BENCHMARK(scaleP010)->Apply(scales);
 
 int main(int argc, char** argv) {
     std::vector<Ratio> ratios;
-    const auto compare = [&](const char* subject, const char* baseline, const std::string& args,
-                             double atLeast = 0) {
-        ratios.push_back({std::string(subject) + " / " + baseline + " " + args,
-                          std::string(subject) + "/" + args,
-                          {std::string(baseline) + "/" + args},
-                          atLeast});
+    const auto compare = [&](const std::string& subject, const std::string& baseline,
+                             const std::vector<int64_t>& sizes, double atLeast = 0) {
+        for (const char* depth : {"Nv12", "P010"})
+            ratios.push_back({subject + " / " + baseline + ", " + depth + " " + textOf(sizes),
+                              subject + depth + nameOf(sizes),
+                              {baseline + depth + nameOf(sizes)},
+                              atLeast});
     };
-    for (const std::string& size : kSizes) {
-        compare("decompressNv12", "memcpyNv12", size, kOfMemcpy);
-        compare("decompressTp10", "memcpyP010", size, kOfMemcpy);
-        compare("compressNv12", "memcpyNv12", size);
-        compare("compressTp10", "memcpyP010", size);
+    for (const auto& size : kSizes) {
+        compare("decompress", "memcpy", size, kOfMemcpy);
+        compare("compress", "memcpy", size);
     }
-    for (const std::string& sizes : kScales) {
-        compare("scaleNv12", "libyuvNv12", sizes, kOfLibyuv);
-        compare("scaleP010", "libyuvP010", sizes, kOfLibyuv);
-    }
+    for (const auto& sizes : kScales)
+        compare("scale", "libyuv", sizes, sizes[0] == 2 * sizes[2] ? kOfLibyuv : 0);
     return runWithRatios(argc, argv, ratios);
 }

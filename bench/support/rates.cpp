@@ -21,7 +21,9 @@ std::string key(const benchmark::BenchmarkName& name) {
 double rateOf(const benchmark::BenchmarkReporter::Run& run) {
     const auto rate = run.counters.find("items_per_second");
     if (rate != run.counters.end()) return rate->second;
-    return static_cast<double>(run.iterations) / run.real_accumulated_time;
+    const bool isCpuTime = run.run_name.time_type.empty();
+    return static_cast<double>(run.iterations) /
+           (isCpuTime ? run.cpu_accumulated_time : run.real_accumulated_time);
 }
 
 }  // namespace

@@ -15,7 +15,8 @@ using Rates = std::map<std::string, std::vector<double>>;
 double median(std::vector<double> values);
 
 /// Prints the usual table and keeps the rates: items_per_second where a benchmark says it, or else
-/// iterations a second.
+/// iterations a second
+/// of the time that the benchmark goes by.
 ///
 /// Threading: reentrant.
 class RateKeeper : public benchmark::ConsoleReporter {

@@ -19,21 +19,16 @@ using Json = nlohmann::ordered_json;
 
 constexpr double kMicroseconds = 1e6;
 
-// The runs of the subject over the median of the slowest baseline; empty when one did not run.
-std::vector<double> eachRun(const Ratio& ratio, const Rates& rates) {
-    const auto subject = rates.find(ratio.subject);
-    if (subject == rates.end()) return {};
-    double slowest = 0;
-    for (const std::string& name : ratio.baselines) {
+// The baseline with the lowest median; null when one did not run.
+const std::vector<double>* slowest(const std::vector<std::string>& baselines, const Rates& rates) {
+    const std::vector<double>* found = nullptr;
+    for (const std::string& name : baselines) {
         const auto baseline = rates.find(name);
-        if (baseline == rates.end()) return {};
-        const double rate = median(baseline->second);
-        slowest = slowest == 0 ? rate : std::min(slowest, rate);
+        if (baseline == rates.end()) return nullptr;
+        if (found == nullptr || median(baseline->second) < median(*found))
+            found = &baseline->second;
     }
-    std::vector<double> each;
-    for (double rate : subject->second)
-        each.push_back(rate / slowest);
-    return each;
+    return found;
 }
 
 std::string wantedOf(const Ratio& ratio) {
@@ -44,18 +39,19 @@ std::string wantedOf(const Ratio& ratio) {
 }
 
 std::optional<Json> show(const Ratio& ratio, const Rates& rates) {
-    const std::vector<double> each = eachRun(ratio, rates);
-    if (each.empty()) return std::nullopt;
-    const double middle = median(each);
-    const auto [low, high] = std::minmax_element(each.begin(), each.end());
+    const auto subject = rates.find(ratio.subject);
+    const std::vector<double>* baseline = slowest(ratio.baselines, rates);
+    if (subject == rates.end() || baseline == nullptr) return std::nullopt;
+    const double middle = median(subject->second) / median(*baseline);
+    const auto [least, most] = std::minmax_element(subject->second.begin(), subject->second.end());
+    const auto [baseLeast, baseMost] = std::minmax_element(baseline->begin(), baseline->end());
+    const double low = *least / *baseMost, high = *most / *baseLeast;
     const bool isMet = middle >= ratio.atLeast && (ratio.atMost == 0 || middle <= ratio.atMost);
     const std::string wanted = wantedOf(ratio);
-    std::printf("%-50s %8.3f  (%.3f to %.3f over %zu runs)%s%s\n", ratio.title.c_str(), middle,
-                *low, *high, each.size(), wanted.empty() ? "" : "  wanted: ", wanted.c_str());
-    return Json{{"title", ratio.title}, {"wanted", wanted},
-                {"met", isMet},         {"median", middle},
-                {"low", *low},          {"high", *high},
-                {"runs", each.size()},  {"subject", ratio.subject}};
+    std::printf("%-54s %8.3f  (%.3f to %.3f over %zu runs)%s%s\n", ratio.title.c_str(), middle, low,
+                high, subject->second.size(), wanted.empty() ? "" : "  wanted: ", wanted.c_str());
+    return Json{{"title", ratio.title}, {"wanted", wanted}, {"met", isMet},
+                {"median", middle},     {"low", low},       {"high", high}};
 }
 
 std::vector<std::pair<double, double>> timesOf(const Growth& growth, const Rates& rates) {
@@ -73,7 +69,7 @@ std::optional<Json> show(const Growth& growth, const Rates& rates) {
     const auto points = timesOf(growth, rates);
     if (points.size() < 2) return std::nullopt;
     const LineFit fit = fitLine(points);
-    std::printf("%-50s %8.3f us each + %.3f us  (R2 %.4f, worst point %.1f %% off)\n",
+    std::printf("%-54s %8.3f us each + %.3f us  (R2 %.4f, worst point %.1f %% off)\n",
                 growth.title.c_str(), fit.slope, fit.intercept, fit.r2, 100 * fit.worstDeviation);
     return Json{{"title", growth.title}, {"function", growth.function},
                 {"slope_us", fit.slope}, {"intercept_us", fit.intercept},

@@ -6,8 +6,9 @@
 
 namespace plexa::bench {
 
-/// One line of the table: the median items a second of `subject`, over that of the slowest of
-/// `baselines`. A line whose benchmarks did not run is left out.
+/// One line of the table: the median items a second of `subject` over that of the slowest of
+/// `baselines`, and the range of all their runs over one another. A line whose benchmarks did not
+/// run is left out.
 struct Ratio {
     std::string title;
     std::string subject;

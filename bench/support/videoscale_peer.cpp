@@ -15,10 +15,11 @@ namespace {
 constexpr int kInFlight = 8;
 constexpr char kQueue[] = "queue max-size-buffers=4 max-size-bytes=0 max-size-time=0";
 
+// Without a colorimetry the size decides on one, and two sizes may need a conversion of colours.
 std::string caps(const Depth& depth, Size size) {
     const std::string format = depth.bytesPerSample == 1 ? "NV12" : "P010_10LE";
     return "video/x-raw,format=" + format + ",width=" + std::to_string(size.width) +
-           ",height=" + std::to_string(size.height) + ",framerate=30/1";
+           ",height=" + std::to_string(size.height) + ",framerate=30/1,colorimetry=bt709";
 }
 
 std::string elements(const Depth& depth, Size target) {
