@@ -20,7 +20,7 @@ using plexa::TestStage;
 
 constexpr uint64_t kSeeds = 300;
 
-// A client's view of a chain of two stages on a seeded scheduler: which of its buffers are away.
+// A client's view of a chain of three stages on a seeded scheduler: which of its buffers are away.
 class SeededChain {
 public:
     explicit SeededChain(uint64_t seed) : mScheduler(seed), mRandom(seed) {
@@ -69,8 +69,9 @@ public:
 
     android::host::LooperScheduler mScheduler;
     const sp<ClientHandler> client = ClientHandler::create();
-    sp<TestStage> last = new TestStage(nullptr, client->notify(), "B", 0);
-    sp<TestStage> first = new TestStage(last, client->notify(), "A", 2);
+    sp<TestStage> last = new TestStage(nullptr, client->notify(), "C", 0);
+    sp<TestStage> first = new TestStage(new TestStage(last, client->notify(), "B", 2),
+                                        client->notify(), "A", 2);
     std::set<int32_t> mAwayInputs, mAwayOutputs;
     std::vector<int64_t> mFrameTimes;
 
