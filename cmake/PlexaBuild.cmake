@@ -24,6 +24,9 @@ if(PLEXA_CCACHE)
         ${CMAKE_COMMAND} -E env CCACHE_SLOPPINESS=pch_defines,time_macros ${PLEXA_CCACHE})
 endif()
 
+# What a library defines is its own: calls within it need not go through the linker's tables.
+add_compile_options(-fno-semantic-interposition)
+add_link_options(-Wl,-Bsymbolic-functions)
 add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Werror)
 # ##__VA_ARGS__ of the platform's log macros and zero-length arrays of its native handle are
 # extensions that every compiler of the platform takes.

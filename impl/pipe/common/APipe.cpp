@@ -153,13 +153,11 @@ sp<APipe> APipe::getLastPipe() {
 }
 
 int32_t APipe::getBufferGeneration() const {
-    const std::lock_guard<std::mutex> lock(mLock);
-    return mGeneration;
+    return mGeneration.load(std::memory_order_acquire);
 }
 
 void APipe::setBufferGeneration() {
-    const std::lock_guard<std::mutex> lock(mLock);
-    ++mGeneration;
+    mGeneration.fetch_add(1, std::memory_order_release);
 }
 
 status_t APipe::updateInputFormat(const sp<AMessage>& /*format*/) {
@@ -214,11 +212,15 @@ status_t APipe::postStamped(const sp<AMessage>& msg, const char* operation) {
 
 status_t APipe::postAndRaiseGeneration(Message what, const char* operation) {
     const sp<AMessage> msg = newMessage(what);
-    // Under one lock, so that nothing stamped with the new generation is posted ahead of msg.
-    const std::lock_guard<std::mutex> lock(mLock);
+    const std::lock_guard<std::mutex> lock(mRaiseLock);
     const status_t err = post(msg, operation);
-    ++mGeneration;
+    // Only now, so that nothing stamped with the new generation is posted ahead of msg.
+    setBufferGeneration();
     return err;
+}
+
+void APipe::awaitRaisedGeneration() {
+    const std::lock_guard<std::mutex> lock(mRaiseLock);
 }
 
 void APipe::passOn(Message what, const char* operation, Notice completed) {
@@ -246,8 +248,10 @@ void APipe::onMessageReceived(const sp<AMessage>& msg) {
         case kWhatQueueItemMeta:
             return onQueueItemMeta(msg);
         case kWhatFlush:
+            awaitRaisedGeneration();
             return onFlush();
         case kWhatRelease:
+            awaitRaisedGeneration();
             return onRelease();
         case kWhatBufferReturned:
             onBufferReturned(msg);

@@ -236,6 +236,7 @@ private:
     status_t post(const sp<AMessage>& msg, const char* operation);
     status_t postStamped(const sp<AMessage>& msg, const char* operation);
     status_t postAndRaiseGeneration(Message what, const char* operation);
+    void awaitRaisedGeneration();
     void passOn(Message what, const char* operation, Notice completed);
     bool isStale(const sp<AMessage>& msg) const;
 
@@ -267,9 +268,10 @@ protected:
     std::vector<APipeRangeInfo> mRangeInfos;
 
 private:
-    int32_t mGeneration = 0;
-    mutable std::mutex mLock;  // guards mGeneration
-    std::mutex mLooperLock;    // never held together with mLock
+    std::atomic<int32_t> mGeneration = 0;
+    std::mutex
+        mRaiseLock;  // held from the posting of a flush or release until it has its generation
+    std::mutex mLooperLock;  // never held together with mRaiseLock
 };
 
 }  // namespace android

@@ -1,31 +1,17 @@
-// Storage and search of a message's values.
+// Search and end of a message's values.
 #include <host/MessageItems.h>
 #include <media/stagefright/foundation/AMessage.h>
 
 #include <memory>
-#include <utility>
 
 namespace android::host {
 
-template <typename... Args>
-MessageItem& MessageItems::append(Args&&... args) {
-    if (mInlineCount == kInline) return mMore.emplace_back(std::forward<Args>(args)...);
-    MessageItem* item = std::construct_at(&mInline[mInlineCount], std::forward<Args>(args)...);
-    ++mInlineCount;
-    return *item;
-}
-
-MessageValue& MessageItems::slotFor(std::string_view name) {
-    const MessageValue* present = find(name);
-    return present != nullptr ? const_cast<MessageValue&>(*present) : append(name).value;
-}
-
-const MessageValue* MessageItems::find(std::string_view name) const {
+const MessageValue* MessageItems::find(const ItemKey& key) const {
     for (size_t i = 0; i < mInlineCount; ++i) {
-        if (mInline[i].name == name) return &mInline[i].value;
+        if (mInline[i].name == key) return &mInline[i].value;
     }
     for (const MessageItem& item : mMore) {
-        if (item.name == name) return &item.value;
+        if (item.name == key) return &item.value;
     }
     return nullptr;
 }

@@ -7,7 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <string_view>
+#include <memory>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -31,7 +31,8 @@ using MessageValue =
     std::variant<int32_t, int64_t, RectValue, sp<RefBase>, sp<ABuffer>, sp<AMessage>>;
 
 struct MessageItem {
-    explicit MessageItem(std::string_view itsName) : name(itsName) {}
+    template <typename T>
+    MessageItem(const ItemKey& key, T&& itsValue) : name(key), value(std::forward<T>(itsValue)) {}
     MessageItem(const ItemName& itsName, const MessageValue& itsValue)
         : name(itsName), value(itsValue) {}
 
@@ -52,15 +53,25 @@ public:
     MessageItems& operator=(const MessageItems&) = delete;
     ~MessageItems() { clear(); }
 
-    // Replaces the value of a name that is there.
+    // Replaces the value of a name that is there. The old value goes last: what it held may look at
+    // this message as it goes.
     template <typename T>
-    void set(std::string_view name, T value) {
-        MessageValue& slot = slotFor(name);
-        // The old value goes last: what it held may look at this message as it goes.
-        const MessageValue old = std::exchange(slot, MessageValue(std::move(value)));
+    [[gnu::noinline]] void set(const ItemKey& key, T value) {
+        MessageValue* present = find(key);
+        if (present == nullptr) {
+            append(key, std::move(value));
+        } else if (T* sameType = std::get_if<T>(present)) {
+            std::swap(*sameType, value);
+        } else {
+            MessageValue old(std::move(value));
+            present->swap(old);
+        }
     }
     // Null when the name is not there.
-    const MessageValue* find(std::string_view name) const;
+    const MessageValue* find(const ItemKey& key) const;
+    MessageValue* find(const ItemKey& key) {
+        return const_cast<MessageValue*>(std::as_const(*this).find(key));
+    }
     // For an item whose name is not there.
     void add(const ItemName& name, const MessageValue& value);
     void clear();
@@ -71,9 +82,15 @@ public:
     }
 
 private:
-    MessageValue& slotFor(std::string_view name);
-    template <typename... Args>
-    MessageItem& append(Args&&... args);
+    template <typename Name, typename Value>
+    void append(const Name& name, Value&& value) {
+        if (mInlineCount == kInline) {
+            mMore.emplace_back(name, std::forward<Value>(value));
+            return;
+        }
+        std::construct_at(&mInline[mInlineCount], name, std::forward<Value>(value));
+        ++mInlineCount;
+    }
 
     size_t mInlineCount = 0;
     union {

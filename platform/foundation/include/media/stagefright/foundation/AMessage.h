@@ -37,7 +37,7 @@ public:
     uint32_t what() const { return mWhat; }
     void setTarget(const sp<const AHandler>& handler);
 
-    // Names of up to 31 characters cost no heap call.
+    // Names of up to 23 characters cost no heap call.
     void setInt32(const char* name, int32_t value) { mItems.set(name, value); }
     void setInt64(const char* name, int64_t value) { mItems.set(name, value); }
     void setObject(const char* name, sp<RefBase> object) { mItems.set(name, std::move(object)); }
