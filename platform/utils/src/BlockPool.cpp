@@ -30,7 +30,11 @@ constexpr bool kRecycles = true;
 constexpr size_t kStep = 64;  // a cache line: neighbours never share one
 constexpr size_t kClasses = BlockPool::kMaxBytes / kStep;
 // Large enough that threads which pass blocks round seldom meet at the depot.
-constexpr uint32_t kBatchBlocks = 32;
+constexpr uint32_t kBatchBlocks = 16;
+// A thread keeps up to two batches of free blocks to itself, and which thread frees a block is a
+// matter of chance. If the pool grew by single blocks, some thread would be short of one now and
+// then for a long time; by so many, a chain of a few stages has enough once it has begun.
+constexpr uint32_t kGrowthBlocks = 32 * kBatchBlocks;
 // Per size: a burst of messages must not keep its memory for ever.
 constexpr size_t kDepotBytes = size_t{1} << 20;
 
@@ -92,7 +96,7 @@ class Stock {
 public:
     void* pop(size_t sizeClass) {
         if (mTop == nullptr && !refill(sizeClass)) [[unlikely]]
-            return newBlock(sizeClass);
+            return grow(sizeClass);
         --mCount;
         return std::exchange(mTop, mTop->next);
     }
@@ -124,6 +128,16 @@ private:
         mTop = gDepots[sizeClass].take();
         mCount = mTop != nullptr ? mTop->count : 0;
         return mTop != nullptr;
+    }
+
+    // As many as the heap has.
+    [[gnu::noinline]] void* grow(size_t sizeClass) {
+        for (uint32_t i = 1; i < kGrowthBlocks; ++i) {
+            void* block = newBlock(sizeClass);
+            if (block == nullptr) break;
+            push(block, sizeClass);
+        }
+        return newBlock(sizeClass);
     }
 
     static void give(FreeBlock* batch, uint32_t count, size_t sizeClass) {
