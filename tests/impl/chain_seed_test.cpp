@@ -70,8 +70,8 @@ public:
     android::host::LooperScheduler mScheduler;
     const sp<ClientHandler> client = ClientHandler::create();
     sp<TestStage> last = new TestStage(nullptr, client->notify(), "C", 0);
-    sp<TestStage> first = new TestStage(new TestStage(last, client->notify(), "B", 2),
-                                        client->notify(), "A", 2);
+    sp<TestStage> first =
+        new TestStage(new TestStage(last, client->notify(), "B", 2), client->notify(), "A", 2);
     std::set<int32_t> mAwayInputs, mAwayOutputs;
     std::vector<int64_t> mFrameTimes;
 
