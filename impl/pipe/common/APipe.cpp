@@ -300,7 +300,7 @@ void APipe::onQueueItemMeta(const sp<AMessage>& msg) {
 
 void APipe::onWork() {
     if (mNextPipe == nullptr || mOutputItems.empty()) return;
-    const sp<APipeItem> item = *mOutputItems.begin();
+    const sp<APipeItem> item = std::move(*mOutputItems.begin());
     mOutputItems.erase(mOutputItems.begin());
     const status_t err = mNextPipe->queueItem(item);
     if (err == OK) {

@@ -113,6 +113,8 @@ public:
     ///
     /// OK; BAD_VALUE for null; UNKNOWN_ERROR before the stage's onInit has succeeded and after an
     /// error; INVALID_OPERATION after a release. If not OK, nothing is kept and no notice comes.
+    /// Between release() and its notice it may still be OK: the item is forgotten with the others,
+    /// and its buffers are the client's when the notice comes.
     status_t queueItem(const sp<APipeItem>& item);
 
     /// Queues a frame's metadata for the generator: int64 "timeUs" and buffer "frameMeta". The

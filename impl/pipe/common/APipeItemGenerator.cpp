@@ -18,7 +18,7 @@ constexpr const char* kWaitedFor = "use-wait-buffer";
 
 template <typename T>
 T takeFirst(List<T>& list) {
-    T first = *list.begin();
+    T first = std::move(*list.begin());
     list.erase(list.begin());
     return first;
 }
@@ -105,6 +105,7 @@ void APipeItemGenerator::setRangeInfos(const std::vector<APipeRangeInfo>& infos)
 }
 
 List<sp<APipeItem>> APipeItemGenerator::takeDroppedItems() {
+    if (mDroppedItems.empty()) return {};
     return std::exchange(mDroppedItems, {});
 }
 
