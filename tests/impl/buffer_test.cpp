@@ -105,16 +105,6 @@ TEST_F(BufferTest, LaysItsPlanesOutInHeapAndSharedMemory) {
     EXPECT_EQ(mLog.count(ANDROID_LOG_INFO, "APipeBufferNv12", "init() already initialized"), 2U);
 }
 
-TEST_F(BufferTest, TakesTheStrideThatItIsGiven) {
-    const auto padded = wrap(APipeBuffer::Nv12, APipeBuffer::LocalMemory, nullptr, nullptr, 64);
-    ASSERT_EQ(padded->init(), OK);
-    EXPECT_EQ(padded->getSize(), 960);
-    EXPECT_EQ(planesOf(padded).cb - planesOf(padded).y, 640);
-
-    const auto ubwc = wrap(APipeBuffer::Nv12Ubwc, APipeBuffer::LocalMemory, nullptr, nullptr, 512);
-    EXPECT_EQ(ubwc->getStride(), -1);
-}
-
 TEST_F(BufferTest, RefusesMemoryThatDoesNotFit) {
     const auto small = host::makeSharedMemory(479);
     struct Case {
@@ -301,17 +291,6 @@ protected:
     sp<ALooper> mLooper = new ALooper();
     sp<APipeBuffer> mBuffer = wrap(APipeBuffer::Nv12, APipeBuffer::LocalMemory);
 };
-
-TEST_F(BufferReleaseTest, PostsTheReplyWithTheBufferEachTime) {
-    mBuffer->release();
-    mBuffer->release();
-    wrap(APipeBuffer::Nv12, APipeBuffer::LocalMemory)->release();  // nobody waits for this one
-    mScheduler.runUntilIdle();
-    ASSERT_EQ(mOwner->mReturned.size(), 2U);
-    for (const auto& returned : mOwner->mReturned)
-        EXPECT_EQ(returned, mBuffer);
-    EXPECT_TRUE(mBuffer->getMeta()->contains("reply"));
-}
 
 TEST_F(BufferReleaseTest, NoReplyKeepsItsBufferHoweverItEnds) {
     const auto isHeldOnlyHere = [&] {

@@ -103,18 +103,6 @@ TEST_F(EngineTest, FactoriesMakeWhatTheyKnow) {
     }
 }
 
-TEST_F(EngineTest, FormatCodesAreTheLibrarys) {
-    const int scaler[] = {-1, -1, 8, 9, 6, -1, -1, -1, -1, -1, -1, -1, 5, -1};
-    const int converter[] = {6, 6, 6, 5, 6, 3, 4, 6, 6, 6, 6, 6, 5, 6};
-    for (int32_t format = 0; format < 14; ++format) {
-        const auto colorFormat = static_cast<APipeBuffer::ColorFormat>(format);
-        EXPECT_EQ(getCLColorFormat(colorFormat), scaler[format]) << format;
-        EXPECT_EQ(getConverterColorFormat(colorFormat), converter[format]) << format;
-    }
-    EXPECT_EQ(getCLColorFormat(static_cast<APipeBuffer::ColorFormat>(-3)), -1);
-    EXPECT_EQ(getConverterColorFormat(static_cast<APipeBuffer::ColorFormat>(-3)), 6);
-}
-
 TEST_F(EngineTest, TheScalerRefusesIncompleteFormats) {
     AScalerCL scaler;
     expectRefusals(

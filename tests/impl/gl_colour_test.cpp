@@ -1,9 +1,7 @@
 // Every colour of a grid through the GPU converter, against the formula.
-#include <cl/converter/CLConverter.h>
 #include <gtest/gtest.h>
 #include <host/GlesFaults.h>
 
-#include <memory>
 #include <ostream>
 #include <string>
 
@@ -43,7 +41,6 @@ Yuv pixelAt(const Depth& depth, int x, int y) {
 
 struct Input {
     const char* name;
-    PixelFormat linear;
     PixelFormat format;
     Depth depth;
     double mostError = 1.0;
@@ -54,40 +51,17 @@ void PrintTo(const Input& input, std::ostream* out) {
     *out << input.name;
 }
 
-constexpr PixelFormat kNv12 = HAL_PIXEL_FORMAT_YCbCr_420_SP;
-constexpr PixelFormat kVenus = HAL_PIXEL_FORMAT_YCbCr_420_SP_VENUS;
-constexpr PixelFormat kP010 = HAL_PIXEL_FORMAT_YCBCR_P010;
-constexpr PixelFormat kNv12Compressed = HAL_PIXEL_FORMAT_YCbCr_420_SP_COMPRESSED;
-constexpr PixelFormat kTp10Compressed = HAL_PIXEL_FORMAT_YCbCr_420_TP10_COMPRESSED;
-
+// The layouts and the compressed formats are swept in geometry_sweep_test.cpp.
 const Input kInputs[] = {
-    {"Nv12", kNv12, kNv12, {8}},
-    {"Venus", kVenus, kVenus, {8}},
-    {"Yv12", HAL_PIXEL_FORMAT_YV12, HAL_PIXEL_FORMAT_YV12, {8}},
-    {"P010", kP010, kP010, {10}},
-    {"Nv12Compressed", kNv12, kNv12Compressed, {8}},
-    {"Tp10Compressed", kP010, kTp10Compressed, {10}},
+    {"Nv12", HAL_PIXEL_FORMAT_YCbCr_420_SP, {8}},
+    {"P010", HAL_PIXEL_FORMAT_YCBCR_P010, {10}},
     // A host that knows no such textures cuts the two lowest bits.
-    {"P010WithoutSixteenBitTextures", kP010, kP010, {10}, 2.5, false},
+    {"P010WithoutSixteenBitTextures", HAL_PIXEL_FORMAT_YCBCR_P010, {10}, 2.5, false},
 };
 
-sp<GraphicBuffer> compressed(const sp<GraphicBuffer>& linear, PixelFormat format) {
-    using namespace cl::common;
-    const bool isTenBit = format == kTp10Compressed;
-    const std::unique_ptr<cl::converter::CLConverter> converter(cl::converter::CLConverter::Create(
-        isTenBit ? CL_COLOR_P010_VENUS : CL_COLOR_NV12_VENUS,
-        isTenBit ? CL_COLOR_TP10_COMPRESSED : CL_COLOR_NV12_COMPRESSED));
-    sp<GraphicBuffer> result = graphicBuffer(linear->width, linear->height, format);
-    converter->setup(linear->width, linear->height, linear->width, linear->height, 3);
-    EXPECT_EQ(converter->convert(linear, result), 1);
-    converter->release();
-    return result;
-}
-
 sp<GraphicBuffer> gridOf(const Input& input) {
-    const auto linear = yuvBuffer(
-        kWidth, kHeight, [&](int x, int y) { return pixelAt(input.depth, x, y); }, input.linear);
-    return input.format == input.linear ? linear : compressed(linear, input.format);
+    return yuvBuffer(
+        kWidth, kHeight, [&](int x, int y) { return pixelAt(input.depth, x, y); }, input.format);
 }
 
 // Largest error of a channel, of 255, over all colours of the grid.

@@ -61,26 +61,6 @@ protected:
     const sp<APipeBuffer> mOutput = rgbaFrame(kSide, kSide);
 };
 
-TEST_F(GlConverter, IsTypeTwoOfTheFactory) {
-    const auto converter = APipeConverter::Create(APipeConverter::kTypeGL);
-    EXPECT_NE(dynamic_cast<APipeGLConverter*>(converter.get()), nullptr);
-    EXPECT_EQ(host::glesCounts().contexts, 0);
-}
-
-TEST_F(GlConverter, HasTheDefaultShaderToTheLetter) {
-    EXPECT_EQ(
-        mConverter.getFragmentSource(HAL_DATASPACE_BT709),
-        "#extension GL_OES_EGL_image_external_essl3 : require\n"
-        "#extension GL_EXT_YUV_target : require\n"
-        "precision highp float; layout (location = 2) uniform __samplerExternal2DY2YEXT uTexture; "
-        "in vec2 tCoord; out vec4 fragColor; vec3 nv12_to_rgba(vec3 yuv) { yuv.x = (yuv.x * 255.0 "
-        "- 16.0) * 0.00456621; yuv.y = (yuv.y * 255.0 - 128.0) * 0.00446428; yuv.z = (yuv.z * "
-        "255.0 - 128.0) * 0.00446428; vec3 rgb; rgb.r = yuv.x + 1.5748 * yuv.z; rgb.g = yuv.x - "
-        "0.187324 * yuv.y - 0.468124 * yuv.z; rgb.b = yuv.x + 1.8556 * yuv.y; return rgb; } void "
-        "main(void) { vec3 yuv = texture(uTexture, tCoord).xyz; fragColor = "
-        "vec4(nv12_to_rgba(yuv), 1.0); }");
-}
-
 TEST_F(GlConverter, ChoosesTheVariantByDataspace) {
     struct {
         int dataspace;
@@ -317,16 +297,6 @@ TEST_F(GlConverter, WorksOnSeveralThreadsAtOnce) {
         threads.emplace_back(work, brightness);
     for (std::thread& thread : threads)
         thread.join();
-}
-
-TEST_F(GlConverter, LeavesADisplayToTheOthersOfTheProcess) {
-    ASSERT_EQ(init(), OK);
-    std::thread([] {
-        APipeGLConverter other;
-        ASSERT_EQ(other.init(glFormat(kSide, kSide)), OK);
-        other.reset();
-    }).join();
-    expectGoodFrame();
 }
 
 }  // namespace

@@ -5,7 +5,6 @@
 #include <array>
 #include <atomic>
 #include <cstring>
-#include <set>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -74,14 +73,5 @@ TEST(BlockPoolTest, ServesThreadsThatAreEnding) {
             late.blocks.push_back(BlockPool::allocate(100));
     }).join();
 }
-
-TEST(PoolAllocatorTest, CarriesContainers) {
-    std::set<int, std::less<>, PoolAllocator<int>> numbers;
-    for (int i = 0; i < 200; ++i)
-        numbers.insert(i * 7 % 200);
-    EXPECT_EQ(numbers.size(), 200U);
-    EXPECT_EQ(*numbers.rbegin(), 199);
-}
-
 }  // namespace
 }  // namespace android::host

@@ -1,9 +1,6 @@
 // ZelFrameCaptureLayer: SDR colours, crops and sizes.
-#include <cl/converter/CLConverter.h>
-
 #include <cmath>
 #include <cstdlib>
-#include <memory>
 #include <string>
 
 #include "support/CaptureTest.h"
@@ -238,16 +235,6 @@ TEST_F(CaptureSdrTest, WhatLiesOutsideACropStaysOutside) {
     });
     ASSERT_EQ(capture(source, {8, 4, 23, 11}, message, picture), OK);
     EXPECT_TRUE(isWhite(picture));
-
-    // Odd sizes: chroma reaches beyond the last luma sample.
-    for (const PixelFormat format : {HAL_PIXEL_FORMAT_YCbCr_420_SP, HAL_PIXEL_FORMAT_YCBCR_P010}) {
-        const double scale = format == HAL_PIXEL_FORMAT_YCBCR_P010 ? 4 : 1;
-        const auto odd = paint(9, 7, format, [scale](uint32_t, uint32_t) {
-            return Triple{235 * scale, 128 * scale, 128 * scale};
-        });
-        ASSERT_EQ(capture(odd, wholeOf(odd), message, picture), OK);
-        EXPECT_TRUE(isWhite(picture)) << format;
-    }
 }
 
 TEST_F(CaptureSdrTest, EverySizeGivesThePictureAndNothingBeyond) {
@@ -274,49 +261,5 @@ TEST_F(CaptureSdrTest, EverySizeGivesThePictureAndNothingBeyond) {
         }
     }
 }
-
-TEST_F(CaptureSdrTest, CompressedFramesLookAsTheirLinearOnes) {
-    using namespace cl::common;
-    const struct {
-        PixelFormat linear, compressed;
-        CLColorFormat from, to;
-        double scale;
-    } cases[] = {{HAL_PIXEL_FORMAT_YCbCr_420_SP, HAL_PIXEL_FORMAT_YCbCr_420_SP_COMPRESSED,
-                  CL_COLOR_NV12, CL_COLOR_NV12_COMPRESSED, 1},
-                 {HAL_PIXEL_FORMAT_YCBCR_P010, HAL_PIXEL_FORMAT_YCbCr_420_TP10_COMPRESSED,
-                  CL_COLOR_P010, CL_COLOR_TP10_COMPRESSED, 4}};
-    for (const auto& [linearFormat, compressedFormat, from, to, scale] : cases) {
-        for (const uint32_t width : {70U, 101U}) {
-            const auto linear = paint(width, 33, linearFormat, [s = scale](uint32_t x, uint32_t y) {
-                return Triple{s * (16 + 2 * x), s * (16 + 4 * y), s * (240 - 2 * x)};
-            });
-            const auto compressed = makeBuffer(width, 33, compressedFormat);
-            const std::unique_ptr<cl::converter::CLConverter> converter(
-                cl::converter::CLConverter::Create(from, to));
-            ASSERT_NE(converter, nullptr);
-            ASSERT_EQ(converter->setup(width, 33, width, 33, 3), 1);
-            ASSERT_EQ(converter->convert(linear, compressed), 1);
-            converter->release();
-            EXPECT_TRUE(isSame(captured(compressed, HAL_DATASPACE_V0_BT709),
-                               captured(linear, HAL_DATASPACE_V0_BT709)))
-                << width;
-        }
-    }
-}
-
-TEST_F(CaptureSdrTest, CapturesDoNotDependOnEarlierOnes) {
-    const auto small = paint(32, 16, HAL_PIXEL_FORMAT_YCbCr_420_SP, [](uint32_t x, uint32_t y) {
-        return Triple{16.0 + 6 * x, 100.0 + y, 150.0 - y};
-    });
-    const auto large = paint(64, 64, HAL_PIXEL_FORMAT_YCBCR_P010, [](uint32_t x, uint32_t y) {
-        return Triple{64.0 + 13 * x, 400.0 + y, 600.0 - y};
-    });
-    const auto first = captured(small, HAL_DATASPACE_V0_BT709);
-    const auto other = captured(large, HAL_DATASPACE_BT2020_ITU_PQ);
-    EXPECT_TRUE(isSame(first, captured(small, HAL_DATASPACE_V0_BT709)));
-    EXPECT_TRUE(isSame(other, captured(large, HAL_DATASPACE_BT2020_ITU_PQ)));
-    EXPECT_FALSE(isSame(first, captured(small, HAL_DATASPACE_V0_BT601_625)));
-}
-
 }  // namespace
 }  // namespace plexa

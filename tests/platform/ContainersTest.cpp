@@ -1,40 +1,11 @@
-// List and KeyedVector.
+// KeyedVector.
 #include <gtest/gtest.h>
-#include <media/stagefright/foundation/ABuffer.h>
 #include <utils/KeyedVector.h>
-#include <utils/List.h>
 
 #include <string>
-#include <vector>
 
 namespace android {
 namespace {
-
-TEST(ListTest, KeepsOrderAndIteratorsThroughInsertAndErase) {
-    List<int> list;
-    list.push_back(2);
-    list.push_front(1);
-    const auto second = ++list.begin();
-    list.push_back(4);
-    list.insert(--list.end(), 3);
-    EXPECT_EQ((std::vector<int>(list.begin(), list.end())), (std::vector<int>{1, 2, 3, 4}));
-    EXPECT_EQ(*list.erase(list.begin()), 2);
-    EXPECT_EQ(*second, 2);
-    EXPECT_EQ(list.size(), 3U);
-    list.clear();
-    EXPECT_TRUE(list.empty());
-}
-
-TEST(ListTest, LetsGoOfItsElements) {
-    const auto object = sp<ABuffer>::make(1U);
-    List<sp<ABuffer>> list;
-    list.push_back(object);
-    list.push_back(object);
-    list.erase(list.begin());
-    EXPECT_EQ(object->getStrongCount(), 2);
-    list.clear();
-    EXPECT_EQ(object->getStrongCount(), 1);
-}
 
 TEST(KeyedVectorTest, SortsByKeyAndReplaces) {
     KeyedVector<int, std::string> map;

@@ -176,17 +176,6 @@ TEST_F(GraphicBufferMapperTest, RefusesWhatIsNoLivingBufferAndNullResults) {
     native_handle_delete(foreign);
 }
 
-TEST_F(GraphicBufferMapperTest, LocksFailOnDemand) {
-    const auto buffer = allocate(HAL_PIXEL_FORMAT_YCbCr_420_SP);
-    host::FaultInjection::failNth(host::Fault::GraphicsLock, 2);
-    EXPECT_EQ(lock(buffer->handle), OK);
-    EXPECT_EQ(lockYCbCr(buffer->handle), WOULD_BLOCK);
-    EXPECT_EQ(lockYCbCr(buffer->handle), OK);
-    EXPECT_EQ(unlock(buffer->handle), OK);
-    EXPECT_EQ(unlock(buffer->handle), OK);
-    EXPECT_EQ(unlock(buffer->handle), INVALID_OPERATION);
-}
-
 TEST_F(GraphicBufferMapperTest, ThreadsShareABufferAndTheRegister) {
     constexpr int kRounds = 500;
     const auto shared = allocate(HAL_PIXEL_FORMAT_YCbCr_420_SP);

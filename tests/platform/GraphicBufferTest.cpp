@@ -34,31 +34,6 @@ protected:
 
     plexa::LogCapture mLog;
 };
-
-TEST_F(GraphicBufferTest, TellsWhatItAllocated) {
-    struct Case {
-        PixelFormat format;
-        uint32_t stride;  // pixels
-    };
-    for (const auto& [format, stride] :
-         {Case{HAL_PIXEL_FORMAT_RGBA_8888, 128}, Case{HAL_PIXEL_FORMAT_YCbCr_420_SP_VENUS, 128},
-          Case{HAL_PIXEL_FORMAT_YCBCR_P010, 128},
-          Case{HAL_PIXEL_FORMAT_YCbCr_420_SP_COMPRESSED, 96},
-          Case{HAL_PIXEL_FORMAT_YCbCr_420_TP10_COMPRESSED, 96}}) {
-        SCOPED_TRACE(format);
-        const auto buffer = allocate(70, 35, format);
-        EXPECT_EQ(buffer->initCheck(), OK);
-        EXPECT_EQ(buffer->getBounds(), Rect(70, 35));
-        EXPECT_EQ(buffer->getStride(), stride);
-        EXPECT_EQ(buffer->getPixelFormat(), format);
-        EXPECT_EQ(buffer->getUsage(), kCpu);
-        EXPECT_EQ(buffer->getLayerCount(), 1U);
-        ASSERT_NE(buffer->handle, nullptr);
-        EXPECT_EQ(buffer->handle->numFds, 1);
-        EXPECT_NE(buffer->getId(), allocate(70, 35, format)->getId());
-    }
-}
-
 TEST_F(GraphicBufferTest, DescriptorLockAndHardwareSeeTheSamePixels) {
     struct Case {
         PixelFormat format;

@@ -172,13 +172,6 @@ TEST(MessageTest, ReplacedObjectMayUseTheMessageAsItGoes) {
     EXPECT_EQ(msg->countEntries(), 21U);
 }
 
-TEST(MessageTest, WithoutATargetPostingIsRefusedWithAWarning) {
-    const plexa::LogCapture log;
-    EXPECT_EQ(sp<AMessage>::make()->post(), NAME_NOT_FOUND);
-    EXPECT_TRUE(
-        log.contains(ANDROID_LOG_WARN, "AMessage", "'0' dropped: its target has no looper"));
-}
-
 TEST(MessageTest, ReadsWell) {
     const auto inner = sp<AMessage>::make(3U, nullptr);
     inner->setRect("crop", 0, 1, 20, 10);

@@ -3,63 +3,45 @@
 
 #include <ZelFrameCaptureLayer.h>
 #include <gtest/gtest.h>
-#include <hardware/gralloc.h>
-#include <host/GraphicBufferPixels.h>
 #include <host/GraphicsCounts.h>
 
-#include <array>
+#include <algorithm>
 #include <cstdint>
-#include <cstring>
 #include <functional>
 #include <vector>
 
 #include "support/ColorMath.h"
 #include "support/LogCapture.h"
+#include "support/PixelBuffers.h"
 
 namespace plexa {
 
 inline android::sp<android::GraphicBuffer> makeBuffer(uint32_t width, uint32_t height,
                                                       android::PixelFormat format) {
-    return android::sp<android::GraphicBuffer>::make(width, height, format, 1U,
-                                                     uint64_t{GRALLOC_USAGE_SW_READ_OFTEN}, "test");
+    return graphicBuffer(static_cast<int>(width), static_cast<int>(height), format);
 }
 
 // Codes of Y', Cb and Cr, or R, G and B, at a pixel; chroma is taken where its luma samples begin.
 using Painter = std::function<Triple(uint32_t x, uint32_t y)>;
 
-// Stores one sample, in the upper 10 of 16 bits where samples are so wide.
-inline void storeSample(const android::host::GraphicBufferPixels& pixels,
-                        const android::host::PlaneLayout& plane, size_t offset, uint32_t row,
-                        double code) {
-    uint8_t* const to = pixels.base + plane.offset + row * plane.stride + offset;
-    if (pixels.layout.bytesPerSample == 2) {
-        const auto sample = static_cast<uint16_t>(static_cast<unsigned>(code) << 6);
-        std::memcpy(to, &sample, sizeof(sample));
-    } else {
-        *to = static_cast<uint8_t>(code);
-    }
-}
-
 inline android::sp<android::GraphicBuffer> paint(uint32_t width, uint32_t height,
                                                  android::PixelFormat format,
                                                  const Painter& painter) {
     const auto buffer = makeBuffer(width, height, format);
-    const auto pixels = android::host::pixelsOf(*buffer);
-    const android::host::BufferLayout& layout = pixels->layout;
+    if (format != HAL_PIXEL_FORMAT_RGBA_8888) {
+        fill(buffer, [&](int x, int y) {
+            const Triple codes = painter(static_cast<uint32_t>(x), static_cast<uint32_t>(y));
+            return Yuv{static_cast<int>(codes[0]), static_cast<int>(codes[1]),
+                       static_cast<int>(codes[2])};
+        });
+        return buffer;
+    }
     for (uint32_t y = 0; y < height; ++y) {
         for (uint32_t x = 0; x < width; ++x) {
             const Triple codes = painter(x, y);
-            if (!layout.isYuv()) {
-                for (size_t i = 0; i < 3; ++i) {
-                    pixels->base[layout.y.offset + y * layout.y.stride + 4 * x + i] =
-                        static_cast<uint8_t>(codes[i]);
-                }
-                continue;
-            }
-            storeSample(*pixels, layout.y, x * layout.bytesPerSample, y, codes[0]);
-            if (x % 2 != 0 || y % 2 != 0) continue;
-            storeSample(*pixels, layout.cb, x / 2 * layout.chromaStep(), y / 2, codes[1]);
-            storeSample(*pixels, layout.cr, x / 2 * layout.chromaStep(), y / 2, codes[2]);
+            const auto pixels = android::host::pixelsOf(*buffer);
+            std::copy_n(codes.begin(), 3,
+                        pixels->base + y * pixels->layout.y.stride + size_t{4} * x);
         }
     }
     return buffer;
@@ -73,13 +55,10 @@ inline android::sp<android::GraphicBuffer> paintPatches(const std::vector<Triple
                  [&codes](uint32_t x, uint32_t) { return codes[x / kPatch]; });
 }
 
-using Pixel = std::array<uint8_t, 4>;
+using Pixel = Rgba;
 
 inline Pixel pixelAt(const android::sp<android::GraphicBuffer>& picture, uint32_t x, uint32_t y) {
-    const auto pixels = android::host::pixelsOf(*picture);
-    Pixel pixel;
-    std::memcpy(pixel.data(), pixels->base + y * pixels->layout.y.stride + 4 * x, pixel.size());
-    return pixel;
+    return rgbaAt(picture, static_cast<int>(x), static_cast<int>(y));
 }
 
 // The middles of what paintPatches painted.
