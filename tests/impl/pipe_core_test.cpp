@@ -1,6 +1,6 @@
-// A stage's life, its intake, generations, parameters and pool.
+// A stage's intake, generations, parameters and pool. What each call comes to in each state is in
+// matrix_test.cpp.
 #include <APipe.h>
-#include <host/FaultInjection.h>
 
 #include "support/ScheduledTest.h"
 
@@ -22,37 +22,11 @@ sp<AMessage> metadata(int64_t timeUs) {
 
 class PipeCoreTest : public plexa::ScheduledTest {
 protected:
-    static status_t init(const sp<APipe>& pipe) {
-        return pipe->init(formatOf(2, 16, 8), formatOf(2, 16, 8));
-    }
     static void expectIntake(const sp<APipe>& pipe, status_t status) {
         EXPECT_EQ(pipe->queueItem(inputItem(1, 0)), status);
         EXPECT_EQ(pipe->queueItemMeta(metadata(0)), status);
     }
 };
-
-TEST_F(PipeCoreTest, ItemsAreTakenFromInitUntilAnErrorAndAgainInTheNextLife) {
-    const sp<TestStage> pipe = stage("A");
-    expectIntake(pipe, UNKNOWN_ERROR);
-    for (const int32_t err : {-5, -6}) {
-        mClient->forget();
-        ASSERT_EQ(init(pipe), OK);
-        expectIntake(pipe, UNKNOWN_ERROR);
-        run();
-        EXPECT_EQ(mClient->count(APipe::kWhatInitCompleted), 1U);
-        expectIntake(pipe, OK);
-        pipe->notifyError(err);
-        expectIntake(pipe, UNKNOWN_ERROR);
-        EXPECT_EQ(pipe->flush(), OK);
-        EXPECT_EQ(pipe->release(), OK);
-        run();
-        EXPECT_EQ(mClient->notices().at(1).err, err);
-        EXPECT_EQ(mClient->count(APipe::kWhatFlushCompleted), 1U);
-        EXPECT_EQ(mClient->count(APipe::kWhatReleaseCompleted), 1U);
-        EXPECT_EQ(pipe->mState, TestStage::kStateError);
-    }
-    EXPECT_TRUE(logged(ANDROID_LOG_ERROR, "APipe", "[A] notifyError err (-5)"));
-}
 
 TEST_F(PipeCoreTest, RefusesWhatIsNoItemAndNoMetadata) {
     const sp<TestStage> pipe = stage("A");
@@ -102,67 +76,6 @@ TEST_F(PipeCoreTest, ANewGenerationMakesItemsAndMetadataStale) {
     EXPECT_EQ(generator->mItems, 1);
     ASSERT_NE(generator->mMeta, nullptr);
     EXPECT_TRUE(generator->mMeta->contains("timeUs") && generator->mMeta->contains("frameMeta"));
-}
-
-TEST_F(PipeCoreTest, AChainStartsFlushesAndEndsAsOne) {
-    const sp<TestStage> last = stage("C"), middle = stage("B", last), first = stage("A", middle);
-    EXPECT_EQ(first->getLastPipe(), last);
-    EXPECT_EQ(last->getLastPipe(), last);
-    start(first);
-    for (const int32_t what : {APipe::kWhatFlushCompleted, APipe::kWhatReleaseCompleted}) {
-        mClient->forget();
-        what == APipe::kWhatFlushCompleted ? first->flush() : first->release();
-        run();
-        EXPECT_EQ(mClient->notices().size(), 1U);
-        EXPECT_EQ(mClient->count(what), 1U);
-    }
-    for (const sp<TestStage>& each : {first, middle, last}) {
-        EXPECT_EQ(each->getBufferGeneration(), 2);
-        EXPECT_EQ(each->mState, TestStage::kStateInitialized);
-        EXPECT_EQ(each->looper(), nullptr);
-    }
-}
-
-TEST_F(PipeCoreTest, OneLooperAtATime) {
-    const sp<TestStage> last = stage("B"), pipe = stage("A", last);
-    start(pipe);
-    const sp<ALooper> looper = pipe->looper();
-    EXPECT_EQ(init(pipe), INVALID_OPERATION);
-    EXPECT_TRUE(logged(ANDROID_LOG_ERROR, "APipe", "[A] init while the looper runs"));
-    EXPECT_EQ(pipe->looper(), looper);
-    pipe->release();
-    run();
-    expectIntake(pipe, INVALID_OPERATION);
-    EXPECT_EQ(pipe->flush(), OK);
-    EXPECT_EQ(pipe->release(), OK);
-    EXPECT_EQ(mLog.count(ANDROID_LOG_ERROR, "APipe", "without a looper"), 4U);
-    EXPECT_EQ(run(), 0U);
-
-    mClient->forget();
-    start(pipe);
-    EXPECT_EQ(pipe->queueItem(inputItem(2, 200)), OK);
-    EXPECT_EQ(last->queueItem(outputItem(12)), OK);
-    run();
-    EXPECT_EQ(mClient->bufferIds(APipe::kWhatOutputBufferDone), std::vector{12});
-}
-
-// An init that fails on its way leaves the stages after it without a loop, at any place.
-TEST_F(PipeCoreTest, AFlushAndAReleaseCompleteAfterAFailedInit) {
-    constexpr int kTooManyBuffers = APipeBufferPool::kMaxBufferCount + 1;
-    for (const bool atFirst : {true, false}) {
-        mClient->forget();
-        const sp<TestStage> last = stage("C"), middle = stage("B", last, kTooManyBuffers),
-                            first = stage("A", middle, atFirst ? kTooManyBuffers : 2);
-        EXPECT_EQ(init(first), OK);
-        run();
-        EXPECT_EQ(mClient->count(APipe::kWhatError), 1U);
-        first->flush();
-        first->release();
-        run();
-        EXPECT_EQ(mClient->count(APipe::kWhatFlushCompleted), 1U);
-        EXPECT_EQ(mClient->count(APipe::kWhatReleaseCompleted), 1U);
-        EXPECT_EQ(last->getBufferGeneration(), 2);
-    }
 }
 
 TEST_F(PipeCoreTest, BareStagesKeepTheirItemsUntilAFlush) {
@@ -240,27 +153,6 @@ TEST_F(PipeCoreTest, ThePoolFollowsTheFormatAskedFor) {
     EXPECT_EQ(setUp(pipe, 13), UNKNOWN_ERROR);
     EXPECT_EQ(setUp(last, 2), OK);
     EXPECT_EQ(last->mBufferPool, nullptr);
-}
-
-// On real threads: a scheduler's loopers have none that could be refused.
-TEST(PipeThreadTest, AThreadThatCannotBeHadIsAnErrorOfInit) {
-    const plexa::LogCapture log;
-    const sp<plexa::ClientHandler> client = plexa::ClientHandler::create();
-    const sp<TestStage> last = new TestStage(nullptr, client->notify(), "B", 0);
-    const sp<TestStage> first = new TestStage(last, client->notify(), "A", 1);
-    const sp<AMessage> format = formatOf(2, 16, 8);
-
-    host::FaultInjection::failNth(host::Fault::ThreadStart, 1);
-    EXPECT_EQ(first->init(format, format), UNKNOWN_ERROR);
-    EXPECT_TRUE(log.contains(ANDROID_LOG_ERROR, "APipe", "[A] init failed to start the looper"));
-    EXPECT_EQ(first->looper(), nullptr);
-
-    host::FaultInjection::failNth(host::Fault::ThreadStart, 2);
-    EXPECT_EQ(first->init(format, format), OK);
-    ASSERT_TRUE(client->waitFor(APipe::kWhatError)) << "the next stage did not start";
-    EXPECT_EQ(first->queueItem(inputItem(1, 0)), UNKNOWN_ERROR);
-    EXPECT_EQ(client->count(APipe::kWhatInitCompleted), 0U);
-    host::FaultInjection::clear();
 }
 
 }  // namespace

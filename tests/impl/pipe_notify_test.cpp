@@ -26,30 +26,6 @@ protected:
     }
 };
 
-TEST_F(PipeNotifyTest, AFrameGoesThroughAChainAndItsBuffersComeHome) {
-    const sp<TestStage> last = stage("B"), first = stage("A", last);
-    start(first);
-    for (int32_t i = 0; i < 3; ++i) {
-        const sp<APipeItem> input = inputItem(i, 100 * i);
-        if (i == 1) input->mInput->getMeta()->setInt32("surfaceId", 5);
-        first->queueItem(input);
-        last->queueItem(outputItem(10 + i));
-    }
-    run();
-    EXPECT_EQ(mClient->bufferIds(kInputDone), (Ids{0, 1, 2}));
-    EXPECT_EQ(mClient->bufferIds(kOutputDone), (Ids{10, 11, 12}));
-    int64_t timeUs = 0;
-    for (const auto& notice : mClient->notices()) {
-        if (notice.what == kInputDone) {
-            EXPECT_EQ(notice.surfaceId, notice.bufferId == 1 ? 5 : -1);
-        } else {
-            EXPECT_EQ(notice.timeUs, std::exchange(timeUs, timeUs + 100));
-            EXPECT_EQ(notice.flag, APipe::kBufferWithFrame);
-        }
-    }
-    EXPECT_EQ(first->freeBuffers(), 2U);
-}
-
 TEST_F(PipeNotifyTest, TheFrameRecordGoesWithTheFrame) {
     const sp<TestStage> pipe = stage("A");
     int worked = 0;
@@ -58,6 +34,7 @@ TEST_F(PipeNotifyTest, TheFrameRecordGoesWithTheFrame) {
     const sp<APipeItem> plain = inputItem(1, 100), marked = inputItem(2, 200);
     marked->mInput->getMeta()->setInt32("eos", 1);
     marked->mInput->getMeta()->setInt32("operation", 3);
+    marked->mInput->getMeta()->setInt32("surfaceId", 5);
     for (const sp<APipeItem>& input : {plain, marked}) {
         const sp<APipeItem> output = outputItem(10);
         const sp<AMessage> record = output->mOutput->getMeta();
@@ -75,21 +52,10 @@ TEST_F(PipeNotifyTest, TheFrameRecordGoesWithTheFrame) {
     }
     EXPECT_EQ(worked, 1) << "a frame marked eos passes as it is";
     EXPECT_EQ(mClient->count(kOutputDone), 2U);
-}
-
-TEST_F(PipeNotifyTest, ASubInputGoesHomeWithItsInput) {
-    const sp<TestStage> pipe = stage("A");
-    pipe->setItemGenerator(nullptr);
-    const sp<APipeItem> item = pairItem(1, 10, 100);
-    item->mSubInput = inputItem(2, 100)->mInput;
-    sp<APipeBuffer> seen;
-    pipe->mEngine = [&](const APipeItem& work) { return seen = work.mSubInput, OK; };
-    start(pipe);
-    pipe->queueItem(item);
-    run();
-    EXPECT_EQ(seen, item->mSubInput);
-    EXPECT_EQ(mClient->bufferIds(kInputDone), (Ids{1, 2}));
-    EXPECT_EQ(mClient->bufferIds(kOutputDone), (Ids{10}));
+    for (const auto& notice : mClient->notices()) {
+        const int32_t surfaceId = notice.bufferId == 2 ? 5 : -1;
+        EXPECT_TRUE(notice.what != kInputDone || notice.surfaceId == surfaceId);
+    }
 }
 
 TEST_F(PipeNotifyTest, AnOutputGoesOnWithAFrameAndHomeWithout) {
@@ -247,23 +213,6 @@ TEST_F(PipeNotifyTest, AnOutputThatTheClientCannotKnowIsAnError) {
     EXPECT_EQ(lastNotice().bufferId, 12);
     EXPECT_EQ(lastNotice().flag, APipe::kBufferWithoutFrame);
     EXPECT_EQ(mClient->count(APipe::kWhatError), 2U);
-}
-
-TEST_F(PipeNotifyTest, AReturnedBufferStartsTheNextItemUnlessTheStageSkips) {
-    for (const bool skips : {false, true}) {
-        mClient->forget();
-        const sp<TestStage> last = stage("B"), first = stage("A", last, 1);
-        first->mSkipsOnWork = skips;
-        start(first);
-        for (const int32_t id : {1, 2, 3})
-            first->queueItem(inputItem(id, id));
-        run();
-        EXPECT_EQ(first->mWorkCount, 1);
-        last->queueItem(outputItem(11));
-        run();
-        EXPECT_EQ(first->mWorkCount, skips ? 1 : 2);
-        EXPECT_EQ(mClient->bufferIds(kOutputDone), Ids{11});
-    }
 }
 
 TEST_F(PipeNotifyTest, AReplyIsGoodForItsGenerationOnly) {

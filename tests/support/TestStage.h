@@ -109,7 +109,6 @@ public:
     Engine mEngine = [](const auto&) { return android::OK; };
     std::function<void()> mOnDestroyed;
     std::vector<std::string> mParameters;
-    bool mSkipsOnWork = false;
     android::APipeBuffer::ColorFormat mPoolFormat = android::APipeBuffer::Nv12;
     std::atomic<int> mWorkCount = 0;
 
@@ -125,7 +124,6 @@ protected:
         }
         APipe::onInit(msg);
     }
-    bool isNeededSkipOnWork() override { return mSkipsOnWork; }
     void onSetParameter(int key, int value) override {
         mParameters.push_back(std::to_string(key) + "=" + std::to_string(value));
     }
