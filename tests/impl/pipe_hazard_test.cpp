@@ -106,6 +106,30 @@ TEST(PipeHazardTest, AFlushDoesNotHandOutWhatTheNextStageReads) {
     EXPECT_TRUE(chain.client->waitFor(APipe::kWhatInputBufferDone, 5)) << "a pool buffer is lost";
 }
 
+TEST(PipeHazardTest, AFlushAndAReleaseWaitForTheFrameInWorkOnly) {
+    const LogCapture log;
+    for (const int32_t what : {APipe::kWhatFlushCompleted, APipe::kWhatReleaseCompleted}) {
+        Awaited<int> begun(0);
+        Awaited<bool> mayEnd(false);
+        const Chain chain;
+        chain.last->mEngine = [&](const APipeItem&) {
+            begun.update([](int& count) { ++count; });
+            return mayEnd.waitUntil([](bool may) { return may; }) ? OK : UNKNOWN_ERROR;
+        };
+        ASSERT_TRUE(chain.start());
+        for (const int32_t id : {1, 2, 3}) {
+            chain.last->queueItem(outputItem(10 + id));
+            chain.first->queueItem(inputItem(id, 100 * id));
+        }
+        ASSERT_TRUE(begun.waitUntil([](int count) { return count == 1; }));
+        what == APipe::kWhatFlushCompleted ? chain.first->flush() : chain.first->release();
+        ASSERT_TRUE(eventually([&] { return chain.last->getBufferGeneration() == 1; }));
+        mayEnd.set(true);
+        EXPECT_TRUE(chain.client->waitFor(what));
+        EXPECT_EQ(begun.get(), 1);
+    }
+}
+
 // A notice is answered at once, on the client's thread, while the stage that sent it goes on.
 TEST(PipeHazardTest, AnswersToNoticesFindTheChainReady) {
     constexpr int kLives = 300;
