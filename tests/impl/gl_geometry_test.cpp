@@ -3,8 +3,6 @@
 
 #include <array>
 #include <cmath>
-#include <cstdlib>
-#include <fstream>
 #include <ostream>
 #include <string>
 #include <vector>
@@ -98,19 +96,6 @@ struct CardSampler {
     PlaneSampler cr;
 };
 
-// Pictures to look at, where PLEXA_PICTURES names a folder.
-void keepPicture(const sp<APipeBuffer>& frame, int width, int height, const std::string& name) {
-    const char* folder = getenv("PLEXA_PICTURES");
-    if (folder == nullptr) return;
-    std::ofstream file(std::string(folder) + "/" + name + ".ppm", std::ios::binary);
-    file << "P6 " << width << " " << height << " 255\n";
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            file.write(reinterpret_cast<const char*>(rgbaAt(frame, x, y).data()), 3);
-        }
-    }
-}
-
 struct Case {
     const char* name;
     int width, height;  // of the input
@@ -151,7 +136,6 @@ TEST_P(GlGeometry, PutsEveryPixelWhereItBelongs) {
     ASSERT_EQ(converter.init(glFormat(c.outWidth, c.outHeight)), OK);
     ASSERT_EQ(converter.convert(input, output), OK);
     converter.reset();
-    keepPicture(output, c.outWidth, c.outHeight, c.name);
 
     CardSampler card(c.width, c.height);
     double largest = 0;

@@ -118,51 +118,6 @@ protected:
     int32_t mNextId = 0;
 };
 
-TEST_P(ScrubbingTest, SeeksShowTheirFrameWhilePaused) {
-    play(0, 3);
-    EXPECT_EQ(takeShown(), (Times{0, kFrameUs, 2 * kFrameUs}));
-    EXPECT_EQ(mFilter->mSought, Times());
-
-    setPaused(true);
-    for (int i = 3; i < 8; ++i)
-        decode(i * kFrameUs);
-    run();
-    EXPECT_EQ(takeShown(), Times()) << "the screen gives no outputs while paused";
-    giveOutput();
-    run();
-    EXPECT_EQ(takeShown(), Times{3 * kFrameUs}) << "a step of one frame";
-    EXPECT_EQ(mFilter->mSought, Times{3 * kFrameUs});
-
-    for (const int64_t target : {900000, 100000, 500000}) {
-        seek(target);
-        run();
-        EXPECT_EQ(takeShown(), Times{target});
-        EXPECT_EQ(mFilter->mSought.back(), target);
-    }
-
-    setPaused(false);
-    play(540000, kPoolSize);
-    EXPECT_EQ(takeShown(), (Times{540000, 580000, 620000}));
-    mFilter->mSought.clear();
-    play(660000, 4);
-    EXPECT_EQ(takeShown(), (Times{660000, 700000, 740000, 780000}));
-    EXPECT_EQ(mFilter->mSought, Times()) << "only outputs that waited for a seek are marked";
-}
-
-TEST_P(ScrubbingTest, AFrameSomeoneWaitsForGoesFirstWhilePaused) {
-    setPaused(true);
-    decode(100);
-    decode(200);
-    run();
-    decode(300, true);
-    run();
-    for (int i = 0; i < 3; ++i) {
-        giveOutput();
-        run();
-    }
-    EXPECT_EQ(takeShown(), (Times{300, 100, 200}));
-}
-
 TEST_P(ScrubbingTest, AReturnedBufferStartsOnlyUrgentFramesWhilePaused) {
     setPaused(true);
     for (int i = 0; i < kPoolSize; ++i)

@@ -147,30 +147,6 @@ TEST(CompressedLayoutTest, TilesCoverThePictureAndNothingOverlaps) {
     });
 }
 
-TEST(CompressedLayoutTest, PublishedNumbers) {
-    struct Case {
-        PixelFormat format;
-        Size size, lumaTiles, chromaTiles;
-        size_t lumaOffset, chromaOffset, bytes;
-    };
-    const Case cases[] = {
-        {kCompressed[0], {33, 9}, {2, 2}, {2, 1}, 4096, 8192, 12288},
-        {kCompressed[0], {1920, 1080}, {60, 135}, {60, 68}, 12288, 2088960, 3133440},
-        {kCompressed[1], {49, 5}, {2, 2}, {2, 1}, 4096, 8192, 12288},
-        {kCompressed[1], {1920, 1080}, {40, 270}, {40, 135}, 16384, 2781184, 4165632},
-    };
-    for (const Case& c : cases) {
-        SCOPED_TRACE(testing::Message() << c.format << " " << c.size.first);
-        const auto layout = CompressedLayout::of(c.size.first, c.size.second, c.format);
-        ASSERT_TRUE(layout);
-        EXPECT_EQ(Size(layout->luma.tilesX, layout->luma.tilesY), c.lumaTiles);
-        EXPECT_EQ(Size(layout->chroma.tilesX, layout->chroma.tilesY), c.chromaTiles);
-        EXPECT_EQ(layout->luma.tilesOffset, c.lumaOffset);
-        EXPECT_EQ(layout->chroma.tilesOffset, c.chromaOffset);
-        EXPECT_EQ(layout->size, c.bytes);
-    }
-}
-
 TEST(BufferLayoutTest, ImpossibleSizesAndUnknownFormatsHaveNoLayout) {
     constexpr uint32_t kMinusOne = 0xFFFFFFFF;
     const Size impossible[] = {{0, 16},         {16, 0},          {kMinusOne, 16},

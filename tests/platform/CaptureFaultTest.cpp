@@ -50,24 +50,22 @@ TEST_F(CaptureFaultTest, InitTakesOneLayerAndOneMode) {
     EXPECT_EQ(captureWith(mParameters), OK);
 }
 
-TEST_F(CaptureFaultTest, NullArguments) {
-    const Rect whole = wholeOf(mSource);
-    const auto size = [this](const sp<GraphicBuffer>& source, const Rect& crop,
-                             const sp<AMessage>& message, const sp<GraphicBuffer>& picture) {
-        return mLayer->capture(source, crop, message, PictureFormat::RGBA_8888, 32, 16, picture);
-    };
-    expectRefused(size(nullptr, whole, mParameters, mPicture), "source");
-    expectRefused(size(mSource, whole, nullptr, mPicture), "parameters");
-    expectRefused(size(mSource, whole, mParameters, nullptr), "picture");
-}
-
-TEST_F(CaptureFaultTest, BuffersThatFailedToAllocate) {
+TEST_F(CaptureFaultTest, ArgumentsThatAreNullOrWithoutMemory) {
     const auto nothing = makeBuffer(0, 16, HAL_PIXEL_FORMAT_RGBA_8888);
     mLog.clear();
-    expectRefused(capture(nothing, {0, 0, 0, 0}, mParameters, mPicture), "source");
-    expectRefused(mLayer->capture(mSource, wholeOf(mSource), mParameters, PictureFormat::RGBA_8888,
-                                  1, 1, nothing),
-                  "picture");
+    const Rect whole = wholeOf(mSource);
+    const auto refused = [&](const char* what, const sp<GraphicBuffer>& source, const Rect& crop,
+                             const sp<AMessage>& message, const sp<GraphicBuffer>& picture) {
+        expectRefused(
+            mLayer->capture(source, crop, message, PictureFormat::RGBA_8888,
+                            picture == nothing ? 1 : 32, picture == nothing ? 1 : 16, picture),
+            what);
+    };
+    refused("no source", nullptr, whole, mParameters, mPicture);
+    refused("no parameters", mSource, whole, nullptr, mPicture);
+    refused("no picture", mSource, whole, mParameters, nullptr);
+    refused("empty source", nothing, {0, 0, 0, 0}, mParameters, mPicture);
+    refused("empty picture", mSource, whole, mParameters, nothing);
 }
 
 TEST_F(CaptureFaultTest, CropsThatAreEmptyOrReachOutside) {

@@ -262,35 +262,6 @@ TEST_F(Gles, KeepsABufferAsLongAsImageOrTexture) {
     EXPECT_EQ(host::graphicsCounts(), before);
 }
 
-TEST_F(Gles, RefusesWhatADeviceRefuses) {
-    const auto withoutMemory = graphicBuffer(0, 0, HAL_PIXEL_FORMAT_RGBA_8888);
-    const auto rgba = rgbaBuffer(kSide, kSide);
-    struct {
-        EGLDisplay display;
-        EGLContext context;
-        EGLClientBuffer client;
-        EGLint error;
-    } const kCases[] = {
-        {EGL_NO_DISPLAY, EGL_NO_CONTEXT, rgba->getNativeBuffer(), EGL_NOT_INITIALIZED},
-        {mDisplay, mContext, rgba->getNativeBuffer(), EGL_BAD_CONTEXT},
-        {mDisplay, EGL_NO_CONTEXT, nullptr, EGL_BAD_PARAMETER},
-        {mDisplay, EGL_NO_CONTEXT, withoutMemory->getNativeBuffer(), EGL_BAD_PARAMETER},
-    };
-    for (const auto& c : kCases) {
-        EXPECT_EQ(
-            eglCreateImageKHR(c.display, c.context, EGL_NATIVE_BUFFER_ANDROID, c.client, nullptr),
-            EGL_NO_IMAGE_KHR);
-        EXPECT_EQ(eglGetError(), c.error);
-        EXPECT_EQ(eglGetError(), EGL_SUCCESS);
-    }
-    EXPECT_EQ(eglDestroyImageKHR(mDisplay, this), EGL_FALSE);
-
-    const GLuint texture =
-        textureOf(yuvBuffer(2, 2, [](int, int) { return Yuv{}; }), GL_TEXTURE_2D);
-    EXPECT_NE(glGetError(), static_cast<GLenum>(GL_NO_ERROR)) << "YUV is no render target";
-    glDeleteTextures(1, &texture);
-}
-
 TEST_F(Gles, SaysWhyARawYuvSamplerGetsNothing) {
     const GLuint program = programOf(
         "#extension GL_EXT_YUV_target : require\nprecision highp float; out vec4 c; "
@@ -312,12 +283,6 @@ TEST_F(Gles, EndsADisplayWithItsLastUser) {
     const EGLSyncKHR sync = eglCreateSyncKHR(mDisplay, EGL_SYNC_FENCE_KHR, nullptr);
     EXPECT_NE(sync, EGL_NO_SYNC_KHR) << "the first user still has it";
     eglDestroySyncKHR(mDisplay, sync);
-}
-
-TEST_F(Gles, HandsOutItsOwnFunctionsByName) {
-    EXPECT_EQ(reinterpret_cast<void*>(eglGetProcAddress("eglCreateImageKHR")),
-              reinterpret_cast<void*>(eglCreateImageKHR));
-    EXPECT_NE(eglGetProcAddress("glGetString"), nullptr);
 }
 
 }  // namespace

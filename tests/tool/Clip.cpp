@@ -2,12 +2,9 @@
 #include "Clip.h"
 
 extern "C" {
-#include <libavcodec/avcodec.h>
-#include <libavformat/avformat.h>
 #include <libavutil/mastering_display_metadata.h>
 #include <libavutil/opt.h>
 #include <libavutil/pixdesc.h>
-#include <libswscale/swscale.h>
 }
 
 #include <algorithm>
@@ -16,28 +13,23 @@ extern "C" {
 #include <functional>
 #include <memory>
 
+#include "media/AvHandles.h"
+
 namespace plexa::test {
 namespace {
 
-struct Free {
-    void operator()(AVFrame* frame) const { av_frame_free(&frame); }
-    void operator()(AVPacket* packet) const { av_packet_free(&packet); }
-    void operator()(AVCodecContext* codec) const { avcodec_free_context(&codec); }
-    void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
-    void operator()(AVFormatContext* format) const {
-        if (format->iformat != nullptr) return avformat_close_input(&format);
-        avio_closep(&format->pb);
-        avformat_free_context(format);
+struct CloseOutput {
+    void operator()(AVFormatContext* output) const {
+        avio_closep(&output->pb);
+        avformat_free_context(output);
     }
 };
+using MuxerPtr = std::unique_ptr<AVFormatContext, CloseOutput>;
 
-template <typename T>
-using Owned = std::unique_ptr<T, Free>;
-
-Owned<AVCodecContext> openEncoder(const Clip& clip, int width, int height) {
+CodecPtr openEncoder(const Clip& clip, int width, int height) {
     const AVCodec* codec = avcodec_find_encoder_by_name(clip.codec.c_str());
     if (codec == nullptr) return nullptr;
-    Owned<AVCodecContext> encoder(avcodec_alloc_context3(codec));
+    CodecPtr encoder(avcodec_alloc_context3(codec));
     encoder->width = width;
     encoder->height = height;
     encoder->pix_fmt = clip.pixels;
@@ -60,11 +52,10 @@ void addMastering(AVStream* stream, int peak) {
                             reinterpret_cast<uint8_t*>(display), sizeof(*display));
 }
 
-Owned<AVFormatContext> openMuxer(const std::string& path, const AVCodecContext& encoder,
-                                 const Clip& clip) {
+MuxerPtr openMuxer(const std::string& path, const AVCodecContext& encoder, const Clip& clip) {
     AVFormatContext* muxer = nullptr;
     if (avformat_alloc_output_context2(&muxer, nullptr, nullptr, path.c_str()) < 0) return nullptr;
-    Owned<AVFormatContext> result(muxer);
+    MuxerPtr result(muxer);
     AVStream* stream = avformat_new_stream(muxer, nullptr);
     avcodec_parameters_from_context(stream->codecpar, &encoder);
     stream->time_base = encoder.time_base;
@@ -78,7 +69,7 @@ Owned<AVFormatContext> openMuxer(const std::string& path, const AVCodecContext& 
 // Sends a frame, or null for the end, and writes the packets that come out.
 bool encode(AVCodecContext* encoder, const AVFrame* frame, AVFormatContext* muxer) {
     if (avcodec_send_frame(encoder, frame) < 0) return false;
-    Owned<AVPacket> packet(av_packet_alloc());
+    PacketPtr packet(av_packet_alloc());
     while (avcodec_receive_packet(encoder, packet.get()) == 0) {
         av_packet_rescale_ts(packet.get(), encoder->time_base, muxer->streams[0]->time_base);
         packet->duration = 0;
@@ -97,8 +88,8 @@ void fill(AVFrame* frame, int plane, int rows, int value, int bits) {
     }
 }
 
-Owned<AVFrame> flatFrame(const Clip& clip, const ClipFrame& spec, int luma) {
-    Owned<AVFrame> frame(av_frame_alloc());
+FramePtr flatFrame(const Clip& clip, const ClipFrame& spec, int luma) {
+    FramePtr frame(av_frame_alloc());
     frame->format = clip.pixels;
     frame->width = spec.width;
     frame->height = spec.height;
@@ -118,7 +109,7 @@ const bool sQuiet = (av_log_set_level(AV_LOG_FATAL), true);
 using OnFrame = std::function<bool(const AVStream&, const AVFrame&)>;
 
 bool drain(AVCodecContext* decoder, const AVStream& stream, const OnFrame& onFrame) {
-    Owned<AVFrame> frame(av_frame_alloc());
+    FramePtr frame(av_frame_alloc());
     while (avcodec_receive_frame(decoder, frame.get()) == 0) {
         if (!onFrame(stream, *frame)) return false;
     }
@@ -129,15 +120,15 @@ bool drain(AVCodecContext* decoder, const AVStream& stream, const OnFrame& onFra
 void decode(const std::string& path, const OnFrame& onFrame) {
     AVFormatContext* input = nullptr;
     if (avformat_open_input(&input, path.c_str(), nullptr, nullptr) < 0) return;
-    Owned<AVFormatContext> demuxer(input);
+    InputPtr demuxer(input);
     if (avformat_find_stream_info(input, nullptr) < 0) return;
     const AVStream& stream = *input->streams[0];
     const AVCodec* codec = avcodec_find_decoder(stream.codecpar->codec_id);
-    Owned<AVCodecContext> decoder(avcodec_alloc_context3(codec));
+    CodecPtr decoder(avcodec_alloc_context3(codec));
     avcodec_parameters_to_context(decoder.get(), stream.codecpar);
     decoder->pkt_timebase = stream.time_base;
     if (avcodec_open2(decoder.get(), codec, nullptr) < 0) return;
-    Owned<AVPacket> packet(av_packet_alloc());
+    PacketPtr packet(av_packet_alloc());
     while (av_read_frame(input, packet.get()) >= 0) {
         avcodec_send_packet(decoder.get(), packet.get());
         av_packet_unref(packet.get());
@@ -158,9 +149,9 @@ std::vector<double> Clip::seconds() const {
 }
 
 bool makeClip(const std::string& path, const Clip& clip) {
-    Owned<AVCodecContext> encoder = openEncoder(clip, clip.frames[0].width, clip.frames[0].height);
+    CodecPtr encoder = openEncoder(clip, clip.frames[0].width, clip.frames[0].height);
     if (encoder == nullptr) return false;
-    Owned<AVFormatContext> muxer = openMuxer(path, *encoder, clip);
+    MuxerPtr muxer = openMuxer(path, *encoder, clip);
     if (muxer == nullptr) return false;
     int luma = clip.luma;
     for (const ClipFrame& frame : clip.frames) {
@@ -175,15 +166,15 @@ bool makeClip(const std::string& path, const Clip& clip) {
 
 bool makeSound(const std::string& path) {
     const AVCodec* codec = avcodec_find_encoder(AV_CODEC_ID_PCM_S16LE);
-    Owned<AVCodecContext> encoder(avcodec_alloc_context3(codec));
+    CodecPtr encoder(avcodec_alloc_context3(codec));
     encoder->sample_fmt = AV_SAMPLE_FMT_S16;
     encoder->sample_rate = 8000;
     encoder->time_base = {1, 8000};
     av_channel_layout_default(&encoder->ch_layout, 1);
     if (avcodec_open2(encoder.get(), codec, nullptr) < 0) return false;
-    Owned<AVFormatContext> muxer = openMuxer(path, *encoder, Clip());
+    MuxerPtr muxer = openMuxer(path, *encoder, Clip());
     if (muxer == nullptr) return false;
-    Owned<AVFrame> frame(av_frame_alloc());
+    FramePtr frame(av_frame_alloc());
     frame->format = encoder->sample_fmt;
     frame->nb_samples = 800;
     frame->pts = 0;
@@ -213,10 +204,10 @@ Clip readClip(const std::string& path) {
 int pixelAt(const std::string& path, int x, int y) {
     int color = -1;
     decode(path, [&](const AVStream& /*stream*/, const AVFrame& frame) {
-        Owned<SwsContext> scaler(
-            sws_getContext(frame.width, frame.height, static_cast<AVPixelFormat>(frame.format),
-                           frame.width, frame.height, AV_PIX_FMT_RGB24,
-                           SWS_BICUBIC | SWS_ACCURATE_RND, nullptr, nullptr, nullptr));
+        ScalerPtr scaler(sws_getContext(frame.width, frame.height,
+                                        static_cast<AVPixelFormat>(frame.format), frame.width,
+                                        frame.height, AV_PIX_FMT_RGB24,
+                                        SWS_BICUBIC | SWS_ACCURATE_RND, nullptr, nullptr, nullptr));
         std::vector<uint8_t> rgb(static_cast<size_t>(frame.width * frame.height) * 3 + 64);
         std::array<uint8_t*, 4> planes{rgb.data()};
         std::array<int, 4> strides{frame.width * 3};

@@ -69,20 +69,6 @@ TEST(Streams, GoFromStandardInputToStandardOutput) {
     }
 }
 
-TEST(Streams, OddSizesAreScaledWithChromaRoundedUp) {
-    for (int bits : {8, 10}) {
-        const Y4m sent = noise(64, 48, bits, 3);
-        RunResult run = runPlexa({"scale", "-", "-", "--size", "641x361"}, {.input = toText(sent)});
-        ASSERT_EQ(run.status, 0) << run.err;
-        const Y4m received = fromText(run.out);
-        EXPECT_EQ(received.width, 641);
-        EXPECT_EQ(received.height, 361);
-        ASSERT_EQ(received.frames.size(), 3U);
-        const size_t samples = 641 * 361 + 2 * 321 * 181;
-        EXPECT_EQ(received.frames[2].size(), samples * (bits > 8 ? 2 : 1));
-    }
-}
-
 struct TimesCase {
     const char* output;
     double tolerance;  // seconds

@@ -9,6 +9,7 @@
 #include "Clip.h"
 #include "PlexaProcess.h"
 #include "Y4m.h"
+#include "support/ColorMath.h"
 
 namespace plexa::test {
 namespace {
@@ -35,15 +36,11 @@ int rounded(double value) {
     return static_cast<int>(std::lround(std::clamp(value, 0.0, 255.0)));
 }
 
-// ITU-R BT.601 and BT.709: kr and kb are the weights of red and blue in luma.
-Rgb formula(const Clip& clip, double kr, double kb) {
-    const bool isFull = clip.range == AVCOL_RANGE_JPEG;
-    const double y = isFull ? clip.luma : (clip.luma - 16) * 255.0 / 219;
-    const double scale = isFull ? 1 : 255.0 / 224;
-    const double blue = y + 2 * (1 - kb) * (clip.cb - 128) * scale;
-    const double red = y + 2 * (1 - kr) * (clip.cr - 128) * scale;
-    const double green = (y - kr * red - kb * blue) / (1 - kr - kb);
-    return {rounded(red), rounded(green), rounded(blue)};
+Rgb formula(const Clip& clip, const LumaWeights& weights) {
+    const Quantizer codes = {.isFull = clip.range == AVCOL_RANGE_JPEG};
+    const Triple rgb =
+        toRgb(codes.fromCodes({double(clip.luma), double(clip.cb), double(clip.cr)}), weights);
+    return {rounded(255 * rgb[0]), rounded(255 * rgb[1]), rounded(255 * rgb[2])};
 }
 
 int greyOf(int luma) {
@@ -84,17 +81,16 @@ TEST_F(Snapshot, FollowsTheColorTags) {
         AVColorRange range;
         int width;
         int height;
-        double kr;
-        double kb;
+        LumaWeights weights;
         const char* engine = "gl";  // what auto stands for
     };
     const std::vector<Case> cases = {
-        {AVCOL_SPC_SMPTE170M, AVCOL_RANGE_MPEG, 64, 48, 0.299, 0.114},
-        {AVCOL_SPC_BT470BG, AVCOL_RANGE_JPEG, 64, 48, 0.299, 0.114, "capture"},
-        {AVCOL_SPC_BT709, AVCOL_RANGE_MPEG, 64, 48, 0.2126, 0.0722},
-        {AVCOL_SPC_BT709, AVCOL_RANGE_JPEG, 64, 48, 0.2126, 0.0722, "capture"},
-        {AVCOL_SPC_UNSPECIFIED, AVCOL_RANGE_UNSPECIFIED, 64, 48, 0.299, 0.114},
-        {AVCOL_SPC_UNSPECIFIED, AVCOL_RANGE_UNSPECIFIED, 64, 720, 0.2126, 0.0722},
+        {AVCOL_SPC_SMPTE170M, AVCOL_RANGE_MPEG, 64, 48, kBt601},
+        {AVCOL_SPC_BT470BG, AVCOL_RANGE_JPEG, 64, 48, kBt601, "capture"},
+        {AVCOL_SPC_BT709, AVCOL_RANGE_MPEG, 64, 48, kBt709},
+        {AVCOL_SPC_BT709, AVCOL_RANGE_JPEG, 64, 48, kBt709, "capture"},
+        {AVCOL_SPC_UNSPECIFIED, AVCOL_RANGE_UNSPECIFIED, 64, 48, kBt601},
+        {AVCOL_SPC_UNSPECIFIED, AVCOL_RANGE_UNSPECIFIED, 64, 720, kBt709},
     };
     for (const Case& test : cases) {
         Clip clip = flatClip(test.width, test.height);
@@ -112,7 +108,7 @@ TEST_F(Snapshot, FollowsTheColorTags) {
             EXPECT_THAT(run.out,
                         HasSubstr(std::string("engine ") + (isAuto ? test.engine : engine)));
             EXPECT_THAT(run.out, Not(HasSubstr("note:")));
-            expectNear(rgbAt(mOut, 20, 20), formula(clip, test.kr, test.kb), 2);
+            expectNear(rgbAt(mOut, 20, 20), formula(clip, test.weights), 2);
         }
     }
 }
@@ -158,7 +154,7 @@ TEST_F(Snapshot, CapturesWithoutAGpuUnlessToldNotTo) {
     EXPECT_THAT(run.out, HasSubstr("engine capture; "));
     EXPECT_THAT(run.out, HasSubstr("note: engine gl cannot start here (OpenGLHelper: eglGetDisplay "
                                    "failed); engine capture in its place"));
-    expectNear(rgbAt(mOut, 20, 20), formula(clip, 0.299, 0.114), 2);
+    expectNear(rgbAt(mOut, 20, 20), formula(clip, kBt601), 2);
     const RunResult told =
         runPlexa({"snapshot", mIn, mOut, "--engine", "gl"}, {.withoutGpu = true});
     EXPECT_EQ(told.status, 1);
