@@ -1,5 +1,5 @@
 // libvexcolor's converter: large frames, damage, misuse, and its table of operations. What it does
-// to samples is swept in geometry_sweep_test.cpp.
+// to samples is swept in GeometrySweepTest.cpp.
 #include <cl/converter/CLConverter.h>
 #include <gtest/gtest.h>
 #include <host/FaultInjection.h>

@@ -1,5 +1,5 @@
 // libvexcolor's scaler: large sizes and extreme ratios, and what it refuses. Small sizes are swept
-// in geometry_sweep_test.cpp.
+// in GeometrySweepTest.cpp.
 #include <cl/common/CLColorFormat.h>
 #include <cl/scaler/CLScaler.h>
 #include <dlfcn.h>

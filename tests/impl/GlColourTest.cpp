@@ -51,7 +51,7 @@ void PrintTo(const Input& input, std::ostream* out) {
     *out << input.name;
 }
 
-// The layouts and the compressed formats are swept in geometry_sweep_test.cpp.
+// The layouts and the compressed formats are swept in GeometrySweepTest.cpp.
 const Input kInputs[] = {
     {"Nv12", HAL_PIXEL_FORMAT_YCbCr_420_SP, {8}},
     {"P010", HAL_PIXEL_FORMAT_YCBCR_P010, {10}},

@@ -1,5 +1,5 @@
 // A random chain from its init to its last trace.
-#include "chain_life.h"
+#include "ChainLife.h"
 
 #include <host/GraphicsCounts.h>
 #include <host/LooperScheduler.h>
@@ -11,7 +11,7 @@
 #include <thread>
 #include <vector>
 
-#include "chain_actor.h"
+#include "ChainActor.h"
 #include "support/Deadline.h"
 
 namespace plexa {

@@ -1,5 +1,5 @@
 // A stage's intake, generations, parameters and pool. What each call comes to in each state is in
-// matrix_test.cpp.
+// MatrixTest.cpp.
 #include <APipe.h>
 
 #include "support/ScheduledTest.h"

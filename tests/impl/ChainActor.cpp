@@ -1,5 +1,5 @@
 // What the client of a random chain does.
-#include "chain_actor.h"
+#include "ChainActor.h"
 
 #include <host/FaultInjection.h>
 

@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <iostream>
 
-#include "chain_life.h"
+#include "ChainLife.h"
 #include "support/LogCapture.h"
 
 namespace plexa {

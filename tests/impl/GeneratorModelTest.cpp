@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "APipeItemGenerator.h"
-#include "pairing_model.h"
+#include "PairingModel.h"
 
 namespace android {
 namespace {

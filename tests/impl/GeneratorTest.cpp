@@ -1,5 +1,5 @@
 // The item generators: what they say, refuse and give up. How they pair is in
-// generator_model_test.cpp.
+// GeneratorModelTest.cpp.
 #include <gtest/gtest.h>
 
 #include <string>

@@ -6,10 +6,10 @@
 #include <mutex>
 #include <vector>
 
-#include "chain_client.h"
-#include "chain_plan.h"
-#include "chain_stage.h"
-#include "chain_witness.h"
+#include "ChainClient.h"
+#include "ChainPlan.h"
+#include "ChainStage.h"
+#include "ChainWitness.h"
 #include "support/ClientHandler.h"
 
 namespace plexa {

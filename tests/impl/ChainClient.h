@@ -10,7 +10,7 @@
 #include <optional>
 #include <vector>
 
-#include "chain_witness.h"
+#include "ChainWitness.h"
 #include "support/ClientHandler.h"
 
 namespace plexa {

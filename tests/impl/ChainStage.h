@@ -8,8 +8,8 @@
 #include <memory>
 #include <string>
 
-#include "chain_plan.h"
-#include "chain_witness.h"
+#include "ChainPlan.h"
+#include "ChainWitness.h"
 
 namespace plexa {
 

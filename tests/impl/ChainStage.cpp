@@ -1,5 +1,5 @@
 // The engine of a random chain's stage.
-#include "chain_stage.h"
+#include "ChainStage.h"
 
 #include <cstring>
 #include <set>

@@ -1,5 +1,5 @@
 // The rules of the notices, from the client's side.
-#include "chain_client.h"
+#include "ChainClient.h"
 
 #include <algorithm>
 #include <utility>

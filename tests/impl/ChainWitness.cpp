@@ -1,5 +1,5 @@
 // Stamps, and what is left of a chain.
-#include "chain_witness.h"
+#include "ChainWitness.h"
 
 #include <algorithm>
 #include <cstring>

@@ -1,5 +1,5 @@
 // Drawing plans, and writing them down.
-#include "chain_plan.h"
+#include "ChainPlan.h"
 
 #include <array>
 #include <random>

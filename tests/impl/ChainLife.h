@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "chain_plan.h"
+#include "ChainPlan.h"
 
 namespace plexa {
 
