@@ -131,18 +131,6 @@ TEST_F(PipeNotifyTest, AnUnworkableItemGoesHomeAndIsAnError) {
     }
 }
 
-TEST_F(PipeNotifyTest, AnOutputThatTheNextStageRefusesComesHome) {
-    const sp<TestStage> last = stage("B"), first = stage("A", last, 1);
-    start(first);
-    last->notifyError(-1);
-    for (const int32_t id : {1, 2, 3})
-        first->queueItem(inputItem(id, id));
-    run();
-    EXPECT_EQ(mClient->bufferIds(kInputDone), (Ids{1, 2, 3}));
-    EXPECT_EQ(first->freeBuffers(), 1U);
-    EXPECT_EQ(mLog.count(ANDROID_LOG_WARN, "APipe", "[A] the next stage refused an output"), 3U);
-}
-
 TEST_F(PipeNotifyTest, APoolBufferInAStaleItemComesHome) {
     const sp<TestStage> last = stage("B"), first = stage("A", last, 1);
     start(first);

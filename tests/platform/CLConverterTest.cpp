@@ -229,6 +229,7 @@ TEST(CLConverterTest, OperationsKeepTheirSlots) {
     EXPECT_EQ(setup(converter, 16, 16, 16, 16, 3), 1);
     EXPECT_EQ(convert(converter, input.get(), output.get()), 1);
     EXPECT_EQ(output.read(), input.read());
+    EXPECT_TRUE(output.paddingIsIntact());
     setPerfHint(converter, 9);
     EXPECT_TRUE(log.contains(ANDROID_LOG_WARN, "CLConverter", "9 is no hint"));
     release(converter);

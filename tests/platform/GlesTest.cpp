@@ -277,13 +277,5 @@ TEST_F(Gles, SaysWhyARawYuvSamplerGetsNothing) {
     glDeleteProgram(program);
 }
 
-TEST_F(Gles, EndsADisplayWithItsLastUser) {
-    ASSERT_EQ(eglInitialize(mDisplay, nullptr, nullptr), EGL_TRUE);
-    ASSERT_EQ(eglTerminate(mDisplay), EGL_TRUE);
-    const EGLSyncKHR sync = eglCreateSyncKHR(mDisplay, EGL_SYNC_FENCE_KHR, nullptr);
-    EXPECT_NE(sync, EGL_NO_SYNC_KHR) << "the first user still has it";
-    eglDestroySyncKHR(mDisplay, sync);
-}
-
 }  // namespace
 }  // namespace android

@@ -5,7 +5,6 @@
 #include <atomic>
 #include <string>
 #include <thread>
-#include <utility>
 #include <vector>
 
 namespace android {
@@ -30,10 +29,6 @@ private:
     const bool mRevivable;
 };
 
-struct Derived : Logged {
-    using Logged::Logged;
-};
-
 TEST(RefBaseTest, CallsHooksOnceAndDestroysWithTheLastShare) {
     std::string log;
     sp<Logged> first = sp<Logged>::make(&log);
@@ -43,23 +38,6 @@ TEST(RefBaseTest, CallsHooksOnceAndDestroysWithTheLastShare) {
     EXPECT_EQ(log, "f");
     second.clear();
     EXPECT_EQ(log, "fld");
-}
-
-TEST(RefBaseTest, CountsSharesThroughCopiesMovesAndConversions) {
-    std::string log;
-    sp<Derived> derived = sp<Derived>::make(&log);
-    const sp<Logged> base = derived;
-    EXPECT_EQ(base->getStrongCount(), 2);
-    sp<const Logged> moved = std::move(derived);
-    EXPECT_EQ(derived, nullptr);
-    EXPECT_EQ(moved->getStrongCount(), 2);
-    moved = *&moved;
-    EXPECT_EQ(moved->getStrongCount(), 2);
-    moved = base;
-    EXPECT_EQ(moved, base);
-    EXPECT_EQ(sp<Derived>::cast(base).get(), base.get());
-    moved = nullptr;
-    EXPECT_EQ(base->getStrongCount(), 1);
 }
 
 TEST(RefBaseTest, PromotesWhileTheObjectLivesAndNeverAfter) {
