@@ -6,6 +6,7 @@
 #include <utils/Log.h>
 
 #include "APipeFormatReader.h"
+#include "APipeGraphicPair.h"
 
 namespace android {
 
@@ -48,15 +49,9 @@ APipeCLConverter::~APipeCLConverter() {
 status_t APipeCLConverter::init(const sp<AMessage>& msg) {
     clear();
     const APipeFormatReader formats(LOG_TAG, msg);
-    if (!formats.hasBoth()) {
-        ALOGE("init src or dst not exist");
-        return BAD_VALUE;
-    }
     int32_t srcFormat, dstFormat;
-    if (!formats.findColorFormats(&srcFormat, &dstFormat)) {
-        ALOGE("init colorformat couldn't be found");
-        return UNKNOWN_ERROR;
-    }
+    status_t err = formats.readForEngine(&srcFormat, &dstFormat);
+    if (err != OK) return err;
     ALOGI("srcColorFormat %d, dstColorFormat %d", srcFormat, dstFormat);
     if (!isSupportedDestination(dstFormat)) {
         ALOGE("init dstColorFormat %d is not supported", dstFormat);
@@ -78,13 +73,9 @@ status_t APipeCLConverter::convert(const sp<APipeBuffer>& input, const sp<APipeB
         ALOGE("convert called before a successful init");
         return UNKNOWN_ERROR;
     }
-    const sp<GraphicBuffer> source = input != nullptr ? input->getGraphicBuffer() : nullptr;
-    const sp<GraphicBuffer> destination = output != nullptr ? output->getGraphicBuffer() : nullptr;
-    if (source == nullptr || destination == nullptr) {
-        ALOGE("convert needs an input and an output with a graphics buffer");
-        return UNKNOWN_ERROR;
-    }
-    return mConverter->convert(source, destination) == kDone ? OK : UNKNOWN_ERROR;
+    const APipeGraphicPair frames(LOG_TAG, "convert", input, output);
+    if (!frames.isComplete()) return UNKNOWN_ERROR;
+    return mConverter->convert(frames.source(), frames.destination()) == kDone ? OK : UNKNOWN_ERROR;
 }
 
 void APipeCLConverter::reset() {

@@ -63,15 +63,8 @@ void APipeDecompress::onInit(const sp<AMessage>& msg) {
 
 bool APipeDecompress::setUp(const sp<AMessage>& msg) {
     const APipeFormatReader formats(LOG_TAG, msg);
-    if (!formats.hasBoth()) {
-        ALOGE("src or dst not exist");
-        return false;
-    }
     int32_t srcFormat, dstFormat;
-    if (!formats.findColorFormats(&srcFormat, &dstFormat)) {
-        ALOGE("color format couldn't be found");
-        return false;
-    }
+    if (!formats.readForStage(&srcFormat, &dstFormat)) return false;
     const APipeBuffer::ColorFormat plain = plainFormatOf(srcFormat);
     ALOGI("(srcColorFormat %d -> changedFormat %d), dstColorFormat %d", srcFormat, plain,
           dstFormat);

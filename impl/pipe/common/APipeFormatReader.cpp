@@ -11,6 +11,28 @@ APipeFormatReader::APipeFormatReader(const char* tag, const sp<AMessage>& msg) :
     msg->findMessage("dst", &mDst);
 }
 
+bool APipeFormatReader::readForStage(int32_t* srcColorFormat, int32_t* dstColorFormat) const {
+    if (!hasBoth()) {
+        logError("src or dst not exist");
+        return false;
+    }
+    const bool found = findColorFormats(srcColorFormat, dstColorFormat);
+    if (!found) logError("color format couldn't be found");
+    return found;
+}
+
+status_t APipeFormatReader::readForEngine(int32_t* srcColorFormat, int32_t* dstColorFormat) const {
+    if (!hasBoth()) {
+        logError("init src or dst not exist");
+        return BAD_VALUE;
+    }
+    if (!findColorFormats(srcColorFormat, dstColorFormat)) {
+        logError("init colorformat couldn't be found");
+        return UNKNOWN_ERROR;
+    }
+    return OK;
+}
+
 bool APipeFormatReader::findColorFormats(int32_t* src, int32_t* dst) const {
     return mSrc->findInt32("colorformat", src) && mDst->findInt32("colorformat", dst);
 }
@@ -33,6 +55,10 @@ bool APipeFormatReader::findLength(const sp<AMessage>& format, const char* name,
         return false;
     }
     return true;
+}
+
+void APipeFormatReader::logError(const char* text) const {
+    __android_log_print(ANDROID_LOG_ERROR, mTag, "%s", text);
 }
 
 }  // namespace android

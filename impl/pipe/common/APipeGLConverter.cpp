@@ -11,6 +11,8 @@
 #include <cstdint>
 #include <memory>
 
+#include "APipeGraphicPair.h"
+
 namespace android {
 
 namespace {
@@ -55,10 +57,6 @@ std::string fragmentSource(const Matrix& matrix, const Range& range) {
            " * yuv.y; return rgb; } void main(void) { "
            "vec3 yuv = texture(uTexture, tCoord).xyz; "
            "fragColor = vec4(nv12_to_rgba(yuv), 1.0); }";
-}
-
-sp<GraphicBuffer> graphicBufferOf(const sp<APipeBuffer>& buffer) {
-    return buffer != nullptr ? buffer->getGraphicBuffer() : nullptr;
 }
 
 }  // namespace
@@ -127,18 +125,15 @@ status_t APipeGLConverter::convert(const sp<APipeBuffer>& input, const sp<APipeB
         ALOGE("convert called before a successful init");
         return UNKNOWN_ERROR;
     }
-    const sp<GraphicBuffer> source = graphicBufferOf(input);
-    const sp<GraphicBuffer> destination = graphicBufferOf(output);
-    if (source == nullptr || destination == nullptr) {
-        ALOGE("convert needs an input and an output with a graphics buffer");
-        return UNKNOWN_ERROR;
-    }
+    const APipeGraphicPair frames(LOG_TAG, "convert", input, output);
+    if (!frames.isComplete()) return UNKNOWN_ERROR;
     // The output's texture goes first, both before this call returns.
-    const auto inputTexture = mHelper->genTextureFromGraphicBuffer(source, true);
+    const auto inputTexture = mHelper->genTextureFromGraphicBuffer(frames.source(), true);
     if (inputTexture == nullptr) return UNKNOWN_ERROR;
-    followCrop(input, static_cast<int>(source->getWidth()), static_cast<int>(source->getHeight()));
+    followCrop(input, static_cast<int>(frames.source()->getWidth()),
+               static_cast<int>(frames.source()->getHeight()));
     mHelper->bindFrameBuffer(mFrameBuffer);
-    const auto outputTexture = mHelper->genTextureFromGraphicBuffer(destination, false);
+    const auto outputTexture = mHelper->genTextureFromGraphicBuffer(frames.destination(), false);
     if (outputTexture == nullptr) return UNKNOWN_ERROR;
     drawInto(outputTexture->texture, inputTexture->texture);
     return OK;

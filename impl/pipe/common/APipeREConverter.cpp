@@ -8,6 +8,8 @@
 #include <ui/Rect.h>
 #include <utils/Log.h>
 
+#include "APipeGraphicPair.h"
+
 namespace android {
 
 namespace {
@@ -71,19 +73,15 @@ status_t APipeREConverter::convert(const sp<APipeBuffer>& input, const sp<APipeB
         ALOGE("convert called before init");
         return UNKNOWN_ERROR;
     }
-    const sp<GraphicBuffer> source = input != nullptr ? input->getGraphicBuffer() : nullptr;
-    const sp<GraphicBuffer> destination = output != nullptr ? output->getGraphicBuffer() : nullptr;
-    if (source == nullptr || destination == nullptr) {
-        ALOGE("convert needs an input and an output with a graphics buffer");
-        return UNKNOWN_ERROR;
-    }
+    const APipeGraphicPair frames(LOG_TAG, "convert", input, output);
+    if (!frames.isComplete()) return UNKNOWN_ERROR;
     const sp<AMessage> meta = input->getMeta();
-    const Rect visible = visiblePart(*meta, *source);
+    const Rect visible = visiblePart(*meta, *frames.source());
     const Rect inclusive(visible.left, visible.top, lastBefore(visible.right),
                          lastBefore(visible.bottom));
     const status_t err = mFrameCaptureLayer->capture(
-        source, inclusive, captureParameters(*meta, visible, inclusive), HalPixelFormat::RGBA_8888,
-        output->getWidth(), output->getHeight(), destination);
+        frames.source(), inclusive, captureParameters(*meta, visible, inclusive),
+        HalPixelFormat::RGBA_8888, output->getWidth(), output->getHeight(), frames.destination());
     if (err != OK) ALOGE("mFrameCaptureLayer->capture failed err %d", err);
     return err;
 }

@@ -40,15 +40,8 @@ void APipeScale::onInit(const sp<AMessage>& msg) {
 
 bool APipeScale::setUp(const sp<AMessage>& msg) {
     const APipeFormatReader formats(LOG_TAG, msg);
-    if (!formats.hasBoth()) {
-        ALOGE("src or dst not exist");
-        return false;
-    }
     int32_t srcFormat, dstFormat;
-    if (!formats.findColorFormats(&srcFormat, &dstFormat)) {
-        ALOGE("color format couldn't be found");
-        return false;
-    }
+    if (!formats.readForStage(&srcFormat, &dstFormat)) return false;
     ALOGI("srcColorFormat %d, dstColorFormat %d", srcFormat, dstFormat);
     APipeFormatReader::Size src, dst;
     if (!formats.findSrcSize(&src) || !formats.findDstSize(&dst)) return false;

@@ -7,6 +7,7 @@
 #include <utils/Log.h>
 
 #include "APipeFormatReader.h"
+#include "APipeGraphicPair.h"
 
 namespace android {
 
@@ -19,10 +20,6 @@ template <typename Entry>
 bool findEntry(void* library, const char* name, Entry* entry) {
     *entry = reinterpret_cast<Entry>(dlsym(library, name));
     return *entry != nullptr;
-}
-
-sp<GraphicBuffer> graphicBufferOf(const sp<APipeBuffer>& buffer) {
-    return buffer != nullptr ? buffer->getGraphicBuffer() : nullptr;
 }
 
 }  // namespace
@@ -49,22 +46,16 @@ AScalerCL::~AScalerCL() {
 status_t AScalerCL::init(const sp<AMessage>& msg) {
     clear();
     const APipeFormatReader formats(LOG_TAG, msg);
-    if (!formats.hasBoth()) {
-        ALOGE("init src or dst not exist");
-        return BAD_VALUE;
-    }
     int32_t srcFormat, dstFormat;
-    if (!formats.findColorFormats(&srcFormat, &dstFormat)) {
-        ALOGE("init colorformat couldn't be found");
-        return UNKNOWN_ERROR;
-    }
+    status_t err = formats.readForEngine(&srcFormat, &dstFormat);
+    if (err != OK) return err;
     APipeFormatReader::Size src, dst;
     if (!formats.findSrcSize(&src) || !formats.findDstSize(&dst)) return BAD_VALUE;
     if (dstFormat != srcFormat) {
         ALOGW("init dstColorFormat %d differs from srcColorFormat %d and is not used", dstFormat,
               srcFormat);
     }
-    const status_t err = load();
+    err = load();
     if (err != OK) return err;
     const auto code =
         static_cast<int32_t>(getCLColorFormat(static_cast<APipeBuffer::ColorFormat>(srcFormat)));
@@ -89,13 +80,9 @@ status_t AScalerCL::scale(const sp<APipeBuffer>& input, const sp<APipeBuffer>& o
         ALOGE("scale called before a successful init");
         return UNKNOWN_ERROR;
     }
-    const sp<GraphicBuffer> source = graphicBufferOf(input);
-    const sp<GraphicBuffer> destination = graphicBufferOf(output);
-    if (source == nullptr || destination == nullptr) {
-        ALOGE("scale needs an input and an output with a graphics buffer");
-        return UNKNOWN_ERROR;
-    }
-    return mScale(mScaler, source, destination) ? OK : UNKNOWN_ERROR;
+    const APipeGraphicPair frames(LOG_TAG, "scale", input, output);
+    if (!frames.isComplete()) return UNKNOWN_ERROR;
+    return mScale(mScaler, frames.source(), frames.destination()) ? OK : UNKNOWN_ERROR;
 }
 
 void AScalerCL::deinit() {
