@@ -3,6 +3,7 @@
 
 #include <csignal>
 #include <cstdio>
+#include <exception>
 
 #include "cli/ScaleCommand.h"
 #include "cli/SnapshotCommand.h"
@@ -22,11 +23,7 @@ void ignoreWriteSignals() {
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
-}  // namespace
-
-int main(int argc, char** argv) {
-    openStandardStreams();
-    ignoreWriteSignals();
+int run(int argc, char** argv) {
     CLI::App program("Runs real video through chains of asynchronous stages.", "plexa");
     program.set_version_flag("--version", "plexa " PLEXA_VERSION);
     program.require_subcommand(0, 1);
@@ -44,4 +41,18 @@ int main(int argc, char** argv) {
     if (snapshot.isChosen()) return snapshot.run();
     std::fprintf(stderr, "plexa: a command is missing: scale or snapshot (see plexa --help)\n");
     return plexa::kExitUsage;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    openStandardStreams();
+    ignoreWriteSignals();
+    try {
+        return run(argc, argv);
+    } catch (const std::exception& error) {
+        // The parser and the standard library throw when there is no memory.
+        std::fprintf(stderr, "plexa: %s\n", error.what());
+        return plexa::kExitFailed;
+    }
 }

@@ -23,8 +23,8 @@ std::string expectation() {
                 kMaxSide, static_cast<long long>(kMaxPixels));
 }
 
-int64_t follow(int side, int sourceSide, int sourceOther) {
-    return (2 * static_cast<int64_t>(side) * sourceOther + sourceSide) / (2 * sourceSide);
+int64_t follow(int64_t side, int64_t sourceSide, int64_t sourceOther) {
+    return (2 * side * sourceOther + sourceSide) / (2 * sourceSide);
 }
 
 }  // namespace

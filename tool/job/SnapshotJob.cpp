@@ -45,9 +45,9 @@ Status SnapshotJob::run(SnapshotReport* report) {
 Status SnapshotJob::make() {
     Status status = mReader.open(mRequest.input);
     if (status.isOk()) status = mFile.create(mRequest.output);
-    const AVFrame* frame = nullptr;
-    if (status.isOk()) status = findFrame(&frame);
-    if (status.isOk()) status = chooseArea(*frame);
+    const AVFrame* frame = status.isOk() ? findFrame(&status) : nullptr;
+    if (frame == nullptr) return status;
+    status = chooseArea(*frame);
     sp<APipeBuffer> buffer;
     if (status.isOk()) status = loadFrame(*frame, &buffer);
     FramePtr rgb;
@@ -57,22 +57,25 @@ Status SnapshotJob::make() {
     return writePng(*rgb, &mFile);
 }
 
-Status SnapshotJob::findFrame(const AVFrame** frame) {
+const AVFrame* SnapshotJob::findFrame(Status* status) {
     std::optional<int64_t> first;
     while (!mCancellation.isRequested()) {
+        const AVFrame* frame = nullptr;
         FrameTime time;
-        Status status = mReader.read(frame, &time);
-        if (!status.isOk()) return status;
-        if (*frame == nullptr) {
-            return Status::error(text("--at: the last frame is at %.3f s, before %.3f s",
-                                      mResult.seconds, mRequest.seconds));
+        *status = mReader.read(&frame, &time);
+        if (!status->isOk()) return nullptr;
+        if (frame == nullptr) {
+            *status = Status::error(text("--at: the last frame is at %.3f s, before %.3f s",
+                                         mResult.seconds, mRequest.seconds));
+            return nullptr;
         }
         if (!first.has_value()) first = time.pts;
         mResult.seconds =
             static_cast<double>(time.pts - *first) * av_q2d(mReader.format().timeBase);
-        if (mResult.seconds >= mRequest.seconds - kClockTolerance) return {};
+        if (mResult.seconds >= mRequest.seconds - kClockTolerance) return frame;
     }
-    return Status::error("interrupted");
+    *status = Status::error("interrupted");
+    return nullptr;
 }
 
 Status SnapshotJob::chooseArea(const AVFrame& frame) {

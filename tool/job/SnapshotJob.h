@@ -52,7 +52,7 @@ public:
 
 private:
     Status make();
-    Status findFrame(const AVFrame** frame);
+    const AVFrame* findFrame(Status* status);  // null: status says why
     Status chooseArea(const AVFrame& frame);
     Status loadFrame(const AVFrame& frame, android::sp<android::APipeBuffer>* buffer) const;
     Status render(const android::sp<android::APipeBuffer>& frame, FramePtr* rgb);

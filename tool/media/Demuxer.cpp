@@ -114,8 +114,8 @@ Status Demuxer::checkEnd() const {
     // A YUV4MPEG stream has no index; its last frame, cut short, would be left out silently.
     const bool isYuv4Mpeg = std::strcmp(mInput->iformat->name, kYuv4Mpeg) == 0;
     if (isYuv4Mpeg && mLastPacketEnd >= 0 && avio_tell(mInput->pb) > mLastPacketEnd) {
-        return Status::error(text("%s: ends inside frame %lld", mName.c_str(),
-                                  static_cast<long long>(mPackets + 1)));
+        const long long number = mPackets + 1;
+        return Status::error(text("%s: ends inside frame %lld", mName.c_str(), number));
     }
     return {};
 }

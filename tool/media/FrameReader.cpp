@@ -142,9 +142,9 @@ Status FrameReader::damaged(int error) {
         ++mSkippedPackets;
         return {};
     }
+    const long long number = mFrames + 1;
     return Status::error(text("%s: is damaged or cut short near frame %lld: %s",
-                              mDemuxer.name().c_str(), static_cast<long long>(mFrames + 1),
-                              avErrorWithLog(error).c_str()));
+                              mDemuxer.name().c_str(), number, avErrorWithLog(error).c_str()));
 }
 
 FrameTime FrameReader::takeTime() {

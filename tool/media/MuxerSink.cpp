@@ -74,8 +74,9 @@ Status MuxerSink::write(const SemiPlanarPicture& picture, FrameTime time) {
 
 Status MuxerSink::checkTime(FrameTime time) {
     if (time.pts <= mLastPts) {
+        const long long number = mFrames + 1;
         return Status::error(text("%s: frame %lld is not shown later than the one before it",
-                                  mPath.c_str(), static_cast<long long>(mFrames + 1)));
+                                  mPath.c_str(), number));
     }
     mLastPts = time.pts;
     return {};
