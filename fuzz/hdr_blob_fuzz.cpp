@@ -33,6 +33,18 @@ void readAndWrite(const sp<android::ABuffer>& blob) {
     if (info && !Info::fromBlob(info->toBlob())) std::abort();
 }
 
+// The longest that is of use: the luminances of 31 by 31 parts of a display, and what is around.
+constexpr size_t kLongestBlob = 640;
+
+// Mostly with the start of an HDR10+ message, by which it is taken for one.
+sp<android::ABuffer> takeHdr10Plus(FuzzedDataProvider& data) {
+    constexpr uint8_t kStart[] = {0xb5, 0x00, 0x3c, 0x00, 0x01, 0x04};
+    auto blob = plexa::takeBlob(data, kLongestBlob);
+    if (blob->size() >= sizeof(kStart) && data.ConsumeIntegralInRange(0, 3) != 0)
+        std::copy(std::begin(kStart), std::end(kStart), blob->data());
+    return blob;
+}
+
 void capture(const sp<AMessage>& parameters) {
     static const sp<GraphicBuffer> source = newFrame(HAL_PIXEL_FORMAT_YCBCR_P010);
     static const sp<GraphicBuffer> picture = newFrame(HAL_PIXEL_FORMAT_RGBA_8888);
@@ -52,7 +64,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     // Mostly BT.2020 with PQ, where the blobs are of use.
     parameters->setInt32("android._dataspace",
                          data.ConsumeBool() ? 0x9c60000 : data.ConsumeIntegral<int32_t>());
-    const sp<android::ABuffer> blobs[] = {plexa::takeBlob(data), plexa::takeBlob(data)};
+    const sp<android::ABuffer> blobs[] = {plexa::takeBlob(data), takeHdr10Plus(data)};
     for (const auto& blob : blobs) {
         readAndWrite<android::host::HdrStaticInfo>(blob);
         readAndWrite<android::host::Hdr10PlusInfo>(blob);

@@ -1,4 +1,4 @@
-// Formats, metadata and parameters with any keys, types and values, into every stage and engine.
+// Formats, metadata, parameters and frames of any kind, into every stage and the CPU engines.
 #include <APipeBufferFactory.h>
 #include <APipeConverter.h>
 #include <APipeDecompress.h>
@@ -8,20 +8,27 @@
 #include <host/LooperScheduler.h>
 
 #include <cstdlib>
+#include <vector>
 
-#include "fuzz_messages.h"
+#include "fuzz_frames.h"
 
 using android::AMessage;
 using android::APipe;
 using android::APipeBuffer;
 using android::APipeConverter;
 using android::APipeItem;
+using android::APipeRangeInfo;
 using android::AScaler;
 using android::sp;
 
 namespace {
 
-// A format that is in order as it comes, then whatever else. Sizes that would only cost memory are
+// Takes notices and does nothing with them.
+struct Client : public android::AHandler {
+    void onMessageReceived(const sp<AMessage>&) override {}
+};
+
+// Whatever comes, half of the time put in order afterwards. Sizes that would only cost memory are
 // left to the geometry's own fuzzer.
 sp<AMessage> takeFormat(FuzzedDataProvider& data) {
     sp<AMessage> format = new AMessage;
@@ -29,29 +36,23 @@ sp<AMessage> takeFormat(FuzzedDataProvider& data) {
     plexa::addHostileEntries(data, format);
     for (const char* const key : {"width", "height"}) {
         int32_t value = 0;
-        const bool there = format->findInt32(key, &value);
-        if (inOrder || (there && value > 64))
-            format->setInt32(key, data.ConsumeIntegralInRange(-1, 64));
+        if (format->findInt32(key, &value) && value > 64) format->setInt32(key, value % 64);
     }
-    if (inOrder) format->setInt32("colorformat", data.ConsumeIntegralInRange(0, 13));
+    if (inOrder) {
+        const plexa::FrameSize size = plexa::takeFrameSize(data);
+        format->setInt32("width", size.width);
+        format->setInt32("height", size.height);
+        format->setInt32("colorformat", data.ConsumeIntegralInRange(0, 13));
+    }
     return format;
-}
-
-sp<APipeBuffer> takeBuffer(FuzzedDataProvider& data) {
-    if (data.ConsumeIntegralInRange(0, 3) == 0) return nullptr;
-    sp<APipeBuffer> buffer = android::APipeBufferFactory::Create(
-        APipeBuffer::Nv12, 16, 8, nullptr, nullptr, APipeBuffer::LocalMemory, -1, -1);
-    if (data.ConsumeBool()) buffer->init();
-    plexa::addHostileEntries(data, buffer->getMeta());
-    return buffer;
 }
 
 sp<APipeItem> takeItem(FuzzedDataProvider& data) {
     if (data.ConsumeIntegralInRange(0, 15) == 0) return nullptr;
     sp<APipeItem> item = new APipeItem;
-    item->mInput = takeBuffer(data);
-    item->mOutput = takeBuffer(data);
-    item->mSubInput = takeBuffer(data);
+    item->mInput = plexa::takeFrame(data);
+    item->mOutput = plexa::takeFrame(data);
+    item->mSubInput = plexa::takeFrame(data);
     return item;
 }
 
@@ -70,8 +71,56 @@ sp<android::APipeItemGenerator> takeGenerator(FuzzedDataProvider& data) {
     }
 }
 
+std::vector<APipeRangeInfo> takeRanges(FuzzedDataProvider& data) {
+    std::vector<APipeRangeInfo> ranges(data.ConsumeIntegralInRange<size_t>(0, 3));
+    for (APipeRangeInfo& range : ranges) {
+        range = {data.ConsumeIntegral<int64_t>(), data.ConsumeIntegral<int64_t>(),
+                 data.ConsumeIntegral<int32_t>()};
+    }
+    return ranges;
+}
+
+sp<APipe> takeStage(FuzzedDataProvider& data, const sp<APipe>& next, const sp<AMessage>& notify) {
+    sp<APipe> stage;
+    switch (data.ConsumeIntegralInRange(0, 2)) {
+        case 0:
+            stage = new APipe(next, notify, "fuzz");
+            break;
+        case 1:
+            stage = new android::APipeScale(next, notify);
+            break;
+        default:
+            stage = new android::APipeDecompress(next, notify);
+    }
+    stage->setItemGenerator(takeGenerator(data));
+    return stage;
+}
+
+void setParameter(FuzzedDataProvider& data, const sp<APipe>& stage) {
+    const int key = data.ConsumeIntegral<int>();
+    switch (data.ConsumeIntegralInRange(0, 2)) {
+        case 0:
+            stage->setParameter(key, data.ConsumeIntegral<int>());
+            break;
+        case 1:
+            stage->setParameter(key, data.ConsumeRandomLengthString(16));
+            break;
+        default:
+            stage->setParameter(key, takeFormat(data));
+    }
+}
+
+sp<AMessage> takeItemMeta(FuzzedDataProvider& data) {
+    if (data.ConsumeIntegralInRange(0, 15) == 0) return nullptr;
+    const sp<AMessage> meta = new AMessage;
+    if (data.ConsumeBool()) meta->setInt64("timeUs", data.ConsumeIntegralInRange(0, 9));
+    if (data.ConsumeBool()) meta->setBuffer("frameMeta", plexa::takeBlob(data));
+    plexa::addHostileEntries(data, meta);
+    return meta;
+}
+
 void act(FuzzedDataProvider& data, const sp<APipe>& stage) {
-    switch (data.ConsumeIntegralInRange(0, 8)) {
+    switch (data.ConsumeIntegralInRange(0, 12)) {
         case 0:
             stage->flush();
             break;
@@ -79,19 +128,19 @@ void act(FuzzedDataProvider& data, const sp<APipe>& stage) {
             stage->release();
             break;
         case 2:
-            stage->updateInputFormat(takeFormat(data));
+            stage->updateInputFormat(data.ConsumeBool() ? takeFormat(data) : nullptr);
             break;
-        case 3: {
-            const sp<AMessage> meta = new AMessage;
-            plexa::addHostileEntries(data, meta);
-            stage->queueItemMeta(meta);
+        case 3:
+            stage->queueItemMeta(takeItemMeta(data));
             break;
-        }
         case 4:
-            stage->setParameter(data.ConsumeIntegral<int>(), takeFormat(data));
+            setParameter(data, stage);
             break;
         case 5:
-            stage->init(takeFormat(data), takeFormat(data));
+            stage->init(takeFormat(data), data.ConsumeBool() ? takeFormat(data) : nullptr);
+            break;
+        case 6:
+            stage->setRangeInfos(takeRanges(data));
             break;
         default:
             stage->queueItem(takeItem(data));
@@ -100,16 +149,23 @@ void act(FuzzedDataProvider& data, const sp<APipe>& stage) {
 
 void runChain(FuzzedDataProvider& data) {
     android::host::LooperScheduler scheduler(data.ConsumeIntegral<uint8_t>());
-    const sp<APipe> last = new android::APipeScale(nullptr, nullptr);
-    const sp<APipe> first = new android::APipeDecompress(last, nullptr);
-    first->setItemGenerator(takeGenerator(data));
-    last->setItemGenerator(takeGenerator(data));
-    first->init(takeFormat(data), takeFormat(data));
+    const sp<android::ALooper> looper = new android::ALooper;
+    looper->start();
+    const sp<Client> client = new Client;
+    looper->registerHandler(client);
+    const sp<AMessage> notify =
+        data.ConsumeIntegralInRange(0, 7) != 0 ? new AMessage(0, client) : nullptr;
+    std::vector<sp<APipe>> stages;
+    for (int left = data.ConsumeIntegralInRange(1, 3); left > 0; --left)
+        stages.push_back(takeStage(data, stages.empty() ? nullptr : stages.back(), notify));
+    stages.back()->init(takeFormat(data), takeFormat(data));
     scheduler.runUntilIdle();
     while (data.remaining_bytes() > 0) {
-        act(data, data.ConsumeBool() ? first : last);
+        act(data, stages[data.ConsumeIntegralInRange<size_t>(0, stages.size() - 1)]);
         scheduler.runUntilIdle(data.ConsumeIntegralInRange<size_t>(0, 8));
     }
+    looper->unregisterHandler(client->id());
+    looper->stop();
 }
 
 void runEngines(FuzzedDataProvider& data) {
@@ -117,16 +173,19 @@ void runEngines(FuzzedDataProvider& data) {
     plexa::addHostileEntries(data, msg);
     if (data.ConsumeIntegralInRange(0, 7) != 0) msg->setMessage("src", takeFormat(data));
     if (data.ConsumeIntegralInRange(0, 7) != 0) msg->setMessage("dst", takeFormat(data));
-    const auto input = takeBuffer(data), output = takeBuffer(data);
+    const auto input = plexa::takeFrame(data), output = plexa::takeFrame(data);
     for (const auto type : {APipeConverter::kTypeCL, APipeConverter::kTypeRE}) {
         const auto converter = APipeConverter::Create(type);
         converter->setColorSpace(data.ConsumeIntegral<int>());
         converter->init(msg);
-        if (input != nullptr && output != nullptr) converter->convert(input, output);
+        converter->convert(input, output);
+        converter->setPerfHint(static_cast<APipeConverter::PerfHint>(data.ConsumeIntegral<int>()));
+        converter->convert(output, input);
+        if (data.ConsumeBool()) converter->reset();
     }
     const auto scaler = AScaler::Create(AScaler::kTypeCL);
     scaler->init(msg);
-    if (input != nullptr && output != nullptr) scaler->scale(input, output);
+    scaler->scale(input, output);
 }
 
 }  // namespace
