@@ -14,7 +14,7 @@ prefix=$scratch/moved
 mv "$scratch/installed" "$prefix"
 
 echo "CMake:"
-cmake -S "$consumer" -B "$scratch/build" -DCMAKE_PREFIX_PATH="$prefix" \
+cmake -G Ninja -S "$consumer" -B "$scratch/build" -DCMAKE_PREFIX_PATH="$prefix" \
     -DCMAKE_CXX_COMPILER="$compiler" >/dev/null
 cmake --build "$scratch/build" >/dev/null
 "$scratch/build/consumer"

@@ -94,10 +94,6 @@ void* LooperThread::threadMain(void* self) {
 
 void LooperThread::applyNameAndPriority() const {
     if (!mName.empty()) pthread_setname_np(pthread_self(), mName.c_str());
-    // A loop that is woken waits for its turn on a busy processor and does not interrupt the one
-    // that woke it: messages gather, where each would otherwise cost two changes of thread.
-    constexpr sched_param kNoRealTimePriority{};
-    pthread_setschedparam(pthread_self(), SCHED_BATCH, &kNoRealTimePriority);
     if (mPriority == 0 || setpriority(PRIO_PROCESS, 0, mPriority) == 0) return;
     static std::once_flag logged;
     std::call_once(logged, [this, error = errno] {
