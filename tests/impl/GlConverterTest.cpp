@@ -185,6 +185,7 @@ TEST_F(GlConverter, ReportsEachFailureOfInitAndRecovers) {
         {GlesFault::Surface, "eglCreatePbufferSurface failed", "failed to initialize EGL"},
         {GlesFault::MakeCurrent, "eglMakeCurrent failed", "failed to initialize EGL"},
         {GlesFault::ShaderSource, "VertexShader compilation failed :", "failed to create program"},
+        {GlesFault::Link, "Shaders linking failed :", "failed to create program"},
     };
     for (const auto& c : kCases) {
         mLog.clear();

@@ -3,6 +3,7 @@
 #include <GLES2/gl2ext.h>
 #include <GLES3/gl32.h>
 
+#include <array>
 #include <cstddef>
 #include <span>
 #include <string>
@@ -49,6 +50,14 @@ std::string joined(GLsizei count, const GLchar* const* strings, const GLint* len
         }
     }
     return text;
+}
+
+void detachShaders(GLuint program) {
+    std::array<GLuint, 2> shaders{};
+    GLsizei count = 0;
+    glGetAttachedShaders(program, shaders.size(), &count, shaders.data());
+    for (const GLuint shader : std::span(shaders).first(static_cast<size_t>(count)))
+        glDetachShader(program, shader);
 }
 
 }  // namespace
@@ -119,6 +128,7 @@ PLEXA_GLES_ENTRY void __wrap_glShaderSource(GLuint shader, GLsizei count,
 }
 
 PLEXA_GLES_ENTRY void __wrap_glLinkProgram(GLuint program) {
+    if (isFaultDue(GlesFault::Link)) detachShaders(program);
     glLinkProgram(program);
     if (GlContext* context = GlContext::current()) context->programs().onLinked(program);
 }

@@ -14,6 +14,7 @@ enum class GlesFault {
     Surface,            // eglCreatePbufferSurface: none
     MakeCurrent,        // eglMakeCurrent with a context: refused
     ShaderSource,       // glShaderSource: the compiler gets a text with an error
+    Link,               // glLinkProgram: the program has lost its shaders
     Image,              // eglCreateImageKHR: none
     FenceCreate,        // eglCreateSyncKHR: none
     FenceTimeout,       // eglClientWaitSyncKHR: time is up, at once
