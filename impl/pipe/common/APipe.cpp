@@ -219,6 +219,8 @@ status_t APipe::postAndRaiseGeneration(Message what, const char* operation) {
     return err;
 }
 
+// The loop may be faster than who posted: replies that it stamps next must carry the new
+// generation.
 void APipe::awaitRaisedGeneration() {
     const std::lock_guard<std::mutex> lock(mRaiseLock);
 }

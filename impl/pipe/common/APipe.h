@@ -271,8 +271,8 @@ protected:
 
 private:
     std::atomic<int32_t> mGeneration = 0;
-    std::mutex
-        mRaiseLock;  // held from the posting of a flush or release until it has its generation
+    // Held from the posting of a flush or release until the generation is raised for it.
+    std::mutex mRaiseLock;
     std::mutex mLooperLock;  // never held together with mRaiseLock
 };
 

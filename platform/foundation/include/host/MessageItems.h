@@ -54,7 +54,7 @@ public:
     ~MessageItems() { clear(); }
 
     // Replaces the value of a name that is there. The old value goes last: what it held may look at
-    // this message as it goes.
+    // this message as it goes. Not inline, so that its callers are, where names are constants.
     template <typename T>
     [[gnu::noinline]] void set(const ItemKey& key, T value) {
         MessageValue* present = find(key);
