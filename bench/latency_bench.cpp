@@ -57,7 +57,7 @@ class Client : public AHandler {
 public:
     Client() {
         mLooper->setName("bench_client");
-        mLooper->start();
+        mLooper->start(false, false, APipe::kLooperPriority);
     }
     sp<AMessage> notify() {
         mLooper->registerHandler(this);

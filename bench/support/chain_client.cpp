@@ -12,7 +12,7 @@ sp<ChainClient> ChainClient::create() {
     sp<ChainClient> client = new ChainClient;
     client->mLooper = new ALooper;
     client->mLooper->setName("bench_client");
-    client->mLooper->start();
+    client->mLooper->start(false, false, APipe::kLooperPriority);
     client->mLooper->registerHandler(client);
     return client;
 }

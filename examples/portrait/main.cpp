@@ -18,7 +18,7 @@ int runClip(const PortraitClient::Clip& clip, ContactSheet* sheet, const char* p
     const sp<PortraitClient> client = new PortraitClient(clip);
     const sp<ALooper> looper = new ALooper;
     looper->setName("client");
-    looper->start();
+    looper->start(false, false, APipe::kLooperPriority);
     looper->registerHandler(client);
     const bool ended = client->run(new PortraitStage(nullptr, client->notify()));
     looper->stop();

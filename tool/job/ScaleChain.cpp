@@ -36,7 +36,7 @@ Status queued(android::status_t result, const char* what) {
 Status ScaleChain::start(const Sizes& sizes, NoticeListener* listener) {
     mLooper = new android::ALooper();
     mLooper->setName("plexa_notices");
-    mLooper->start();
+    mLooper->start(false, false, android::APipe::kLooperPriority);
     mHandler = new NoticeHandler(listener);
     mLooper->registerHandler(mHandler);
     sp<AMessage> notify = new AMessage(0, mHandler);

@@ -14,9 +14,6 @@ namespace android {
 
 namespace {
 
-// The platform's priority for audio threads: a frame on its way is not to wait for background work.
-constexpr int32_t kLooperPriority = -16;
-
 struct PoolMemory {
     APipeBuffer::ColorFormat colorFormat;
     APipeBuffer::MemoryType memoryType;

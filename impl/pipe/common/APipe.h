@@ -85,6 +85,12 @@ public:
         kBufferWithFrame = 1,     ///< holds the frame of "timeUs", in microseconds
     };
 
+    /// The nice value of a stage's looper thread, the platform's for audio: a frame on its way is
+    /// not to wait for background work. A client that answers notices by queueing buffers had best
+    /// start its own looper with it: a thread of lower priority is preempted by a stage that it
+    /// queues into, item by item.
+    static constexpr int32_t kLooperPriority = -16;
+
     /// next gets this stage's outputs; the last stage of a chain has none. notify is copied for
     /// each notice; without it nothing is posted. name is the stage's in log lines and traces, and
     /// its thread's with "_Looper" appended.
