@@ -177,7 +177,7 @@ status_t APipe::startLooper() {
         ALOGE("[%s] init failed to start the looper (err %d)", mName.c_str(), err);
         return UNKNOWN_ERROR;
     }
-    looper->registerHandler(this);
+    mHandlerId = looper->registerHandler(this);
     mLooper = looper;
     mState = kStateCreated;
     return OK;
@@ -280,12 +280,12 @@ void APipe::onInit(const sp<AMessage>& msg) {
 void APipe::onQueueItem(const sp<AMessage>& msg) {
     sp<RefBase> object;
     CHECK(msg->findObject("item", &object));
-    const sp<APipeItem> item = static_cast<APipeItem*>(object.get());
+    sp<APipeItem> item = sp<APipeItem>::cast(std::move(object));
     if (isStale(msg)) {
         returnPoolInput(item);
         return;
     }
-    if (mItemGenerator == nullptr) return workOn(item);
+    if (mItemGenerator == nullptr) return workOn(std::move(item));
     offerOutputBuffer();
     mItemGenerator->pushItem(item);
     workOnCompletedItem();
@@ -342,7 +342,7 @@ bool APipe::onBufferReturned(const sp<AMessage>& msg) {
         ALOGE("[%s] onBufferReturned without a buffer or a pool", mName.c_str());
         return false;
     }
-    mBufferPool->returnBuffer(static_cast<APipeBuffer*>(object.get()));
+    mBufferPool->returnBuffer(sp<APipeBuffer>::cast(std::move(object)));
     if (!isNeededSkipOnWork() && mItemGenerator != nullptr) {
         offerOutputBuffer();
         workOnCompletedItem();
@@ -391,13 +391,13 @@ void APipe::offerOutputBuffer() {
 }
 
 void APipe::workOnCompletedItem() {
-    const sp<APipeItem> item = mItemGenerator->getCompletedItem();
+    sp<APipeItem> item = mItemGenerator->getCompletedItem();
     sendDroppedHome();
-    if (item != nullptr) workOn(item);
+    if (item != nullptr) workOn(std::move(item));
 }
 
-void APipe::workOn(const sp<APipeItem>& item) {
-    mWorkItems.push_back(item);
+void APipe::workOn(sp<APipeItem> item) {
+    mWorkItems.push_back(std::move(item));
     onWork();
 }
 
@@ -512,9 +512,13 @@ void APipe::postOutputDone(const sp<APipeBuffer>& buffer, BufferFlag flag) {
 }
 
 void APipe::setReply(const sp<APipeBuffer>& buffer) {
-    const sp<AMessage> reply = newMessage(kWhatBufferReturned);
-    reply->setInt32("generation", getBufferGeneration());
-    buffer->getMeta()->setMessage("reply", reply);
+    const int32_t generation = getBufferGeneration();
+    APipeBuffer::Reply& last = buffer->mReply;
+    if (last.message == nullptr || last.handlerId != mHandlerId || last.generation != generation) {
+        last = {newMessage(kWhatBufferReturned), mHandlerId, generation};
+        last.message->setInt32("generation", generation);
+    }
+    buffer->getMeta()->setMessage("reply", last.message);
 }
 
 // --- Notices ---

@@ -250,7 +250,7 @@ private:
 
     void offerOutputBuffer();
     void workOnCompletedItem();
-    void workOn(const sp<APipeItem>& item);
+    void workOn(sp<APipeItem> item);
     bool isWorkable(const sp<APipeItem>& item) const;
     status_t runEngine(const Engine& engine, const sp<APipeItem>& item);
 
@@ -262,24 +262,33 @@ private:
     void notifyCompleted(Notice what);
     sp<AMessage> newNotice(Notice what) const;
 
-    sp<ALooper> mLooper;  // with the registration of this handler, guarded by mLooperLock
+    static constexpr size_t kCacheLine = 64;
+
+    // What every thread reads and hardly anyone writes.
+    ALooper::handler_id mHandlerId = 0;  // of the looper's life; the loop's own
     sp<AMessage> mNotify;
 
 protected:
     sp<APipe> mNextPipe;
     std::string mName;
     std::atomic<int32_t> mState = kStateCreated;
-    sp<APipeBufferPool> mBufferPool;
+
+private:
+    std::atomic<int32_t> mGeneration = 0;
+
+    // What threads that post write, on lines of its own.
+    alignas(kCacheLine) std::mutex mLooperLock;  // never held together with mRaiseLock
+    sp<ALooper> mLooper;  // with the registration of this handler, guarded by mLooperLock
+    // Held from the posting of a flush or release until the generation is raised for it.
+    std::mutex mRaiseLock;
+
+protected:
+    // The loop's own.
+    alignas(kCacheLine) sp<APipeBufferPool> mBufferPool;
     sp<APipeItemGenerator> mItemGenerator;
     List<sp<APipeItem>> mWorkItems;    ///< complete, waiting for onWork
     List<sp<APipeItem>> mOutputItems;  ///< finished, waiting for the next stage
     std::vector<APipeRangeInfo> mRangeInfos;
-
-private:
-    std::atomic<int32_t> mGeneration = 0;
-    // Held from the posting of a flush or release until the generation is raised for it.
-    std::mutex mRaiseLock;
-    std::mutex mLooperLock;  // never held together with mRaiseLock
 };
 
 }  // namespace android

@@ -98,7 +98,7 @@ public:
     void release();
 
     /// The metadata itself, never null: keys set through it are the buffer's.
-    sp<AMessage> getMeta() const { return mMeta; }
+    const sp<AMessage>& getMeta() const { return mMeta; }
 
     int32_t getWidth() const { return mWidth; }
     int32_t getHeight() const { return mHeight; }
@@ -156,6 +156,16 @@ protected:
     bool mLocked = false;
 
 private:
+    friend class APipe;
+
+    // The reply that a stage gave the buffer last, for the next time that it hands the buffer out.
+    struct Reply {
+        sp<AMessage> message;
+        int32_t handlerId = 0;  // the stage's, of the looper that it had
+        int32_t generation = 0;
+    };
+    Reply mReply;
+
     bool initIsDone(const char* tag) const;
     int32_t frameSize() const;
     status_t initMemory(const char* tag, ChromaLayout layout);

@@ -8,6 +8,8 @@
 #include <media/stagefright/foundation/ADebug.h>
 #include <system/graphics.h>
 
+#include <utility>
+
 #include "APipeBufferFactory.h"
 
 namespace android {
@@ -43,6 +45,13 @@ int32_t idOf(const sp<APipeBuffer>& buffer) {
     int32_t id = 0;
     CHECK(buffer->getMeta()->findInt32("id", &id));
     return id;
+}
+
+template <typename Key>
+sp<APipeBuffer> takeAt(KeyedVector<Key, sp<APipeBuffer>>& list, size_t index) {
+    sp<APipeBuffer> buffer = std::move(list.editValueAt(index));
+    list.removeItemsAt(index);
+    return buffer;
 }
 
 }  // namespace
@@ -87,18 +96,16 @@ status_t APipeBufferPool::init(int32_t bufferCount, int32_t width, int32_t heigh
 
 sp<APipeBuffer> APipeBufferPool::acquireBuffer(bool wait) {
     if (wait && !mBuffersInWait.isEmpty()) {
-        sp<APipeBuffer> buffer = mBuffersInWait.valueAt(0);
-        mBuffersInWait.removeItemsAt(0);
+        sp<APipeBuffer> buffer = takeAt(mBuffersInWait, 0);
         mBuffersInUse.add(idOf(buffer), buffer);
         return buffer;
     }
     for (size_t i = 0; i < mAvailableBuffers.size(); ++i) {
         if (!isFreeToHandOut(i)) continue;
         const int32_t id = mAvailableBuffers.keyAt(i);
-        sp<APipeBuffer> buffer = mAvailableBuffers.valueAt(i);
+        sp<APipeBuffer> buffer = takeAt(mAvailableBuffers, i);
         // It may have been cleared, and a return needs the id.
         buffer->getMeta()->setInt32("id", id);
-        mAvailableBuffers.removeItemsAt(i);
         mBuffersInUse.add(id, buffer);
         return buffer;
     }
@@ -106,29 +113,30 @@ sp<APipeBuffer> APipeBufferPool::acquireBuffer(bool wait) {
 }
 
 void APipeBufferPool::returnBuffer(const sp<APipeBuffer>& buffer) {
-    const sp<AMessage> meta = buffer != nullptr ? buffer->getMeta() : nullptr;
     int32_t id = 0;
     sp<AMessage> reply;
-    if (meta != nullptr) meta->findMessage("reply", &reply);
-    if (reply == nullptr || !meta->findInt32("id", &id)) {
+    if (buffer != nullptr) buffer->getMeta()->findMessage("reply", &reply);
+    if (reply == nullptr || !buffer->getMeta()->findInt32("id", &id)) {
         ALOGE("returnBuffer() refused a buffer without \"id\" or \"reply\"");
         return;
     }
-    if (!removeFromLists(id, buffer)) {
+    sp<APipeBuffer> own = takeFromLists(id, buffer);
+    if (own == nullptr) {
         ALOGW("returnBuffer() refused buffer %d, which is not of this pool", id);
         return;
     }
+    const sp<AMessage>& meta = buffer->getMeta();
     int64_t timeUs = 0;
     const bool hasTime = meta->findInt64("timeUs", &timeUs);
     meta->clear();
     meta->setInt32("id", id);
     if (hasTime) meta->setInt64("timeUs", timeUs);
-    meta->setMessage("reply", reply);
+    meta->setMessage("reply", std::move(reply));
 
     if (hasTime && mUseWaitBufferPool) {
-        holdBack(timeUs, buffer);
+        holdBack(timeUs, std::move(own));
     } else {
-        mAvailableBuffers.add(id, buffer);
+        mAvailableBuffers.add(id, std::move(own));
     }
 }
 
@@ -213,32 +221,29 @@ bool APipeBufferPool::isFreeToHandOut(size_t index) {
     return true;
 }
 
-bool APipeBufferPool::removeFromLists(int32_t id, const sp<APipeBuffer>& buffer) {
+sp<APipeBuffer> APipeBufferPool::takeFromLists(int32_t id, const sp<APipeBuffer>& buffer) {
     for (BuffersById* list : {&mBuffersInUse, &mAvailableBuffers}) {
         const ssize_t index = list->indexOfKey(id);
         if (index < 0 || list->valueAt(static_cast<size_t>(index)) != buffer) continue;
-        list->removeItemsAt(static_cast<size_t>(index));
-        return true;
+        return takeAt(*list, static_cast<size_t>(index));
     }
     for (size_t i = 0; i < mBuffersInWait.size(); ++i) {
-        if (mBuffersInWait.valueAt(i) != buffer) continue;
-        mBuffersInWait.removeItemsAt(i);
-        return true;
+        if (mBuffersInWait.valueAt(i) == buffer) return takeAt(mBuffersInWait, i);
     }
-    return false;
+    return nullptr;
 }
 
-void APipeBufferPool::holdBack(int64_t timeUs, const sp<APipeBuffer>& buffer) {
+void APipeBufferPool::holdBack(int64_t timeUs, sp<APipeBuffer> buffer) {
     const ssize_t sameTime = mBuffersInWait.indexOfKey(timeUs);
     if (sameTime >= 0) freeHeldBack(static_cast<size_t>(sameTime));
-    mBuffersInWait.add(timeUs, buffer);
+    mBuffersInWait.add(timeUs, std::move(buffer));
     if (mBuffersInWait.size() > kWaitBufferCount) freeHeldBack(0);
 }
 
 void APipeBufferPool::freeHeldBack(size_t index) {
-    const sp<APipeBuffer> buffer = mBuffersInWait.valueAt(index);
-    mBuffersInWait.removeItemsAt(index);
-    mAvailableBuffers.add(idOf(buffer), buffer);
+    sp<APipeBuffer> buffer = takeAt(mBuffersInWait, index);
+    const int32_t id = idOf(buffer);
+    mAvailableBuffers.add(id, std::move(buffer));
 }
 
 }  // namespace android

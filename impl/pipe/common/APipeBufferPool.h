@@ -78,8 +78,9 @@ private:
     sp<APipeBuffer> createBuffer(int32_t id) const;
     sp<GraphicBuffer> createGraphicBuffer() const;
     bool isFreeToHandOut(size_t index);
-    bool removeFromLists(int32_t id, const sp<APipeBuffer>& buffer);
-    void holdBack(int64_t timeUs, const sp<APipeBuffer>& buffer);
+    /// The pool's own reference, null for a buffer that is not of this pool.
+    sp<APipeBuffer> takeFromLists(int32_t id, const sp<APipeBuffer>& buffer);
+    void holdBack(int64_t timeUs, sp<APipeBuffer> buffer);
     void freeHeldBack(size_t index);
 
     bool mInitialized = false;

@@ -52,6 +52,11 @@ int32_t RefBase::getStrongCount() const {
 }
 
 void RefBase::onFirstStrong() const {
+    // Without a weak reference either, nobody else has it yet.
+    if (mRefs->mCounts.load(std::memory_order_relaxed) == kWeakOne + kNeverHeld) {
+        mRefs->mCounts.store(kWeakOne + 1, std::memory_order_relaxed);
+        return const_cast<RefBase*>(this)->onFirstRef();
+    }
     const uint32_t before = mRefs->addStrong();
     if (before == 0) onStrongAfterLast();
     if (before == kNeverHeld) const_cast<RefBase*>(this)->onFirstRef();

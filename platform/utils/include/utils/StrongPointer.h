@@ -52,6 +52,13 @@ public:
         return sp(static_cast<T*>(other.get()));
     }
 
+    template <typename U>
+    static sp cast(sp<U>&& other) {
+        sp result;
+        result.mObject = static_cast<T*>(std::exchange(other.mObject, nullptr));
+        return result;
+    }
+
     void clear() { sp().swap(*this); }
     void swap(sp& other) noexcept { std::swap(mObject, other.mObject); }
 
