@@ -12,12 +12,13 @@ namespace android {
 AHandler::AHandler() = default;
 
 AHandler::~AHandler() {
-    if (mRegistration != nullptr) mRegistration->core->takeHandler(mRegistration->id);
+    if (mBond.registration != nullptr)
+        mBond.registration->core->takeHandler(mBond.registration->id);
 }
 
 AHandler::handler_id AHandler::id() const {
-    const std::lock_guard lock(mLock);
-    return mRegistration != nullptr ? mRegistration->id : 0;
+    const std::lock_guard lock(mBond.lock);
+    return mBond.registration != nullptr ? mBond.registration->id : 0;
 }
 
 sp<ALooper> AHandler::looper() const {
@@ -25,19 +26,19 @@ sp<ALooper> AHandler::looper() const {
 }
 
 wp<ALooper> AHandler::getLooper() const {
-    const std::lock_guard lock(mLock);
-    return mRegistration != nullptr ? mRegistration->looper : nullptr;
+    const std::lock_guard lock(mBond.lock);
+    return mBond.registration != nullptr ? mBond.registration->looper : nullptr;
 }
 
 sp<host::Registration> AHandler::registration() const {
-    const std::lock_guard lock(mLock);
-    return mRegistration;
+    const std::lock_guard lock(mBond.lock);
+    return mBond.registration;
 }
 
 bool AHandler::replaceRegistration(handler_id expected, sp<host::Registration> next) {
-    const std::lock_guard lock(mLock);
-    if ((mRegistration != nullptr ? mRegistration->id : 0) != expected) return false;
-    mRegistration.swap(next);
+    const std::lock_guard lock(mBond.lock);
+    if ((mBond.registration != nullptr ? mBond.registration->id : 0) != expected) return false;
+    mBond.registration.swap(next);
     return true;
 }
 

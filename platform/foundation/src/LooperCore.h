@@ -36,7 +36,8 @@ public:
                  const wp<ALooper>& itsLooper, const sp<LooperCore>& itsCore)
         : id(handlerId), handler(itsHandler), looper(itsLooper), core(itsCore) {}
 
-    const AHandler::handler_id id;
+    // Off the line of the count, which everyone who makes a message writes.
+    alignas(64) const AHandler::handler_id id;
     const wp<AHandler> handler;
     const wp<ALooper> looper;
     const sp<LooperCore> core;

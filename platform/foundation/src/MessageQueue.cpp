@@ -1,11 +1,12 @@
 // The queue between posting threads and a looper.
 #include "MessageQueue.h"
 
+#include "LooperCore.h"
+
 #include <media/stagefright/foundation/ALooper.h>
 
 #include <algorithm>
 #include <ctime>
-#include <memory>
 #include <utility>
 
 #include <linux/futex.h>
@@ -47,14 +48,31 @@ MessageQueue::~MessageQueue() {
 bool MessageQueue::push(sp<AMessage>& message, int64_t delayUs) {
     const bool delayed = delayUs > 0;
     if (delayed) mDelayed.fetch_add(1, std::memory_order_relaxed);
-    std::unique_ptr<Node> node(new Node{nullptr, std::move(message), dueTime(delayUs), delayed});
-    if (pushNode(node.get())) {
-        (void)node.release();
-        return true;
-    }
+    Node* node = takeLink(*message);
+    node->message = std::move(message);
+    node->dueUs = dueTime(delayUs);
+    node->delayed = delayed;
+    if (pushNode(node)) return true;
     if (delayed) mDelayed.fetch_sub(1, std::memory_order_relaxed);
-    message = std::move(node->message);
+    message = unlink(node);
     return false;
+}
+
+MessageQueue::Node* MessageQueue::takeLink(AMessage& message) {
+    Node& own = message.mLink;
+    if (own.taken.load(std::memory_order_acquire)) return new Node;
+    own.taken.store(true, std::memory_order_relaxed);
+    return &own;
+}
+
+sp<AMessage> MessageQueue::unlink(Node* node) {
+    sp<AMessage> message = std::move(node->message);
+    if (node == &message->mLink) {
+        node->taken.store(false, std::memory_order_release);
+    } else {
+        delete node;
+    }
+    return message;
 }
 
 int64_t MessageQueue::dueTime(int64_t delayUs) {
@@ -89,9 +107,23 @@ void MessageQueue::reopen() {
 
 bool MessageQueue::handleNext() {
     const sp<AMessage> message = isClosed() ? nullptr : take();
-    if (message == nullptr) return false;
+    if (message == nullptr) {
+        dropTargets();
+        return false;
+    }
     message->deliver(message);
+    if (message->getStrongCount() == 1) keepTarget(std::move(message->mTarget));
     return true;
+}
+
+void MessageQueue::keepTarget(sp<Registration> target) {
+    if (mSpentCount == mSpent.size()) dropTargets();
+    mSpent[mSpentCount++] = std::move(target);
+}
+
+void MessageQueue::dropTargets() {
+    while (mSpentCount > 0)
+        mSpent[--mSpentCount].clear();
 }
 
 int64_t MessageQueue::nextDueUs() {
@@ -118,9 +150,10 @@ void MessageQueue::waitUntil(int64_t dueUs) {
 void MessageQueue::drop() {
     addAll(std::exchange(mLeft, nullptr));
     while (mFront != nullptr)
-        delete popFront();
+        unlink(popFront());
     while (!mHeap.empty())
-        delete popHeap();
+        unlink(popHeap());
+    dropTargets();
 }
 
 // Takes everything that was pushed.
@@ -171,8 +204,7 @@ sp<AMessage> MessageQueue::take() {
     if (mFront == nullptr) collect();
     const bool heapFirst = isHeapFirst();
     if (!heapFirst && mFront == nullptr) return nullptr;
-    const std::unique_ptr<Node> node(heapFirst ? popHeap() : popFront());
-    return std::move(node->message);
+    return unlink(heapFirst ? popHeap() : popFront());
 }
 
 MessageQueue::Node* MessageQueue::popFront() {

@@ -3,15 +3,18 @@
 
 #include "IdleYield.h"
 
-#include <host/BlockPool.h>
+#include <host/QueueLink.h>
 #include <media/stagefright/foundation/AMessage.h>
 
+#include <array>
 #include <atomic>
 #include <cstdint>
 #include <limits>
 #include <vector>
 
 namespace android::host {
+
+class Registration;
 
 // Producers push onto a stack with one compare-and-swap; the consumer takes the whole stack at
 // once, so no node comes back while a producer looks at it, and turns it over into posting order.
@@ -48,21 +51,14 @@ public:
     void reopen();
 
 private:
-    struct Node {
-        Node* next;
-        sp<AMessage> message;
-        int64_t dueUs;  // 0: posted while nothing was delayed, so nothing delayed precedes it
-        bool delayed;
-        uint64_t order = 0;
-
-        static void* operator new(size_t bytes) { return BlockPool::allocate(bytes); }
-        static void operator delete(void* node, size_t bytes) { BlockPool::free(node, bytes); }
-    };
+    using Node = QueueLink;
 
     static Node* sleeping() { return reinterpret_cast<Node*>(1); }
     static Node* closed() { return reinterpret_cast<Node*>(2); }
     static bool isLater(const Node* a, const Node* b);
 
+    static Node* takeLink(AMessage& message);
+    static sp<AMessage> unlink(Node* node);
     int64_t dueTime(int64_t delayUs);
     bool pushNode(Node* node);
     void collect();
@@ -70,6 +66,8 @@ private:
     void add(Node* node);
     bool isHeapFirst() const;
     sp<AMessage> take();
+    void keepTarget(sp<Registration> target);
+    void dropTargets();
     Node* popFront();
     Node* popHeap();
 
@@ -84,6 +82,10 @@ private:
     Node* mBack = nullptr;
     std::vector<Node*> mHeap;  // delayed messages, the earliest first
     uint64_t mOrder = 0;
+    // The targets of messages that are done with. Whoever makes messages counts the same
+    // references up, so they are dropped some at a time, not one between any two of those.
+    std::array<sp<Registration>, 16> mSpent;
+    size_t mSpentCount = 0;
     IdleYield mIdleYield;
 };
 

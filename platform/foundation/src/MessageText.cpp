@@ -69,7 +69,8 @@ std::string AMessage::debugString(int32_t indent) const {
     text += ") = {\n";
     for (size_t i = 0; i < mItems.size(); ++i) {
         const auto& [name, value] = mItems[i];
-        text += margin + "  " + std::visit(host::ItemText{name.c_str(), indent + kStep}, value);
+        text += margin + "  " +
+                std::visit(host::ItemText{std::string(name.view()), indent + kStep}, value);
         text += "\n";
     }
     return text + margin + "}";

@@ -33,42 +33,38 @@ private:
     std::string_view mText;
 };
 
-// Names of up to kMaxInline characters lie in place, longer ones on the heap.
+// A name as a value keeps it: its head in place, the whole of a longer one on the heap.
 // Threading: reentrant.
 class ItemName {
 public:
-    static constexpr size_t kMaxInline = 23;
+    static constexpr size_t kMaxInline = sizeof(ItemKey::Head);
 
-    explicit ItemName(const ItemKey& key) : mLength(static_cast<uint32_t>(key.text().size())) {
-        memcpy(mText.data(), key.head().data(), sizeof(ItemKey::Head));
-        if (mLength > kMaxInline) {
-            mLong = std::make_unique<std::string>(key.text());
-        } else if (mLength > sizeof(ItemKey::Head)) {
-            key.text().copy(mText.data(), mLength);
-        }
+    explicit ItemName(const ItemKey& key) : mHead(key.head()) {
+        if (key.text().size() > kMaxInline) mWhole = std::make_unique<std::string>(key.text());
     }
     ItemName(const ItemName& other)
-        : mText(other.mText),
-          mLength(other.mLength),
-          mLong(other.mLong != nullptr ? std::make_unique<std::string>(*other.mLong) : nullptr) {}
+        : mHead(other.mHead),
+          mWhole(other.mWhole != nullptr ? std::make_unique<std::string>(*other.mWhole) : nullptr) {
+    }
     ItemName(ItemName&&) noexcept = default;
     ItemName& operator=(const ItemName&) = delete;
     ItemName& operator=(ItemName&&) noexcept = default;
     ~ItemName() = default;
 
-    const char* c_str() const { return mLong != nullptr ? mLong->c_str() : mText.data(); }
-    std::string_view view() const { return {c_str(), mLength}; }
+    std::string_view view() const {
+        if (mWhole != nullptr) return *mWhole;
+        const auto* text = reinterpret_cast<const char*>(mHead.data());
+        return {text, strnlen(text, kMaxInline)};
+    }
 
     bool operator==(const ItemKey& key) const {
-        if (memcmp(mText.data(), key.head().data(), sizeof(ItemKey::Head)) != 0) return false;
-        if (mLength != key.text().size()) return false;
-        return mLength <= sizeof(ItemKey::Head) || view() == key.text();
+        if (mHead != key.head()) return false;
+        return mWhole == nullptr ? key.text().size() <= kMaxInline : *mWhole == key.text();
     }
 
 private:
-    std::array<char, kMaxInline + 1> mText{};  // of a long name its first bytes
-    uint32_t mLength;
-    std::unique_ptr<std::string> mLong;
+    ItemKey::Head mHead;
+    std::unique_ptr<std::string> mWhole;
 };
 
 }  // namespace android::host

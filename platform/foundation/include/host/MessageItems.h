@@ -93,11 +93,11 @@ private:
     }
 
     size_t mInlineCount = 0;
+    std::vector<MessageItem> mMore;
     union {
         // The first mInlineCount exist.
         std::array<MessageItem, kInline> mInline;
     };
-    std::vector<MessageItem> mMore;
 };
 
 }  // namespace host

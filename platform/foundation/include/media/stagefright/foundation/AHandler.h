@@ -44,8 +44,12 @@ private:
     // Replaces the registration of that id (0: none); false if it has another one by now.
     bool replaceRegistration(handler_id expected, sp<host::Registration> next);
 
-    mutable host::SpinLock mLock;
-    sp<host::Registration> mRegistration;  // guarded by mLock
+    // Every message made for the handler writes here: kept off the lines that its own thread reads.
+    struct alignas(64) Bond {
+        mutable host::SpinLock lock;
+        sp<host::Registration> registration;  // guarded by lock
+    };
+    Bond mBond;
 };
 
 }  // namespace android

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <host/MessageItems.h>
+#include <host/QueueLink.h>
 #include <media/stagefright/foundation/ABuffer.h>
 #include <media/stagefright/foundation/AHandler.h>
 #include <utils/Errors.h>
@@ -37,7 +38,7 @@ public:
     uint32_t what() const { return mWhat; }
     void setTarget(const sp<const AHandler>& handler);
 
-    // Names of up to 23 characters cost no heap call.
+    // Names of up to 16 characters cost no heap call.
     void setInt32(const char* name, int32_t value) { mItems.set(name, value); }
     void setInt64(const char* name, int64_t value) { mItems.set(name, value); }
     void setObject(const char* name, sp<RefBase> object) { mItems.set(name, std::move(object)); }
@@ -92,6 +93,7 @@ private:
 
     uint32_t mWhat = 0;
     sp<host::Registration> mTarget;
+    host::QueueLink mLink;
     host::MessageItems mItems;
 };
 
