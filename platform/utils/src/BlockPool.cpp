@@ -38,7 +38,7 @@ constexpr uint32_t kGrowthBlocks = 32 * kBatchBlocks;
 // Per size: a burst of messages must not keep its memory for ever.
 constexpr size_t kDepotBytes = size_t{1} << 20;
 
-// What a free block holds. `nextBatch` and `count` count in the first block of a batch only.
+// What a free block holds. `nextBatch` and `count` are set in the first block of a batch only.
 struct FreeBlock {
     FreeBlock* next;
     FreeBlock* nextBatch;
@@ -94,18 +94,31 @@ constinit std::array<Depot, kClasses> gDepots{};
 // Threading: thread-bound.
 class Stock {
 public:
-    void* pop(size_t sizeClass) {
-        if (mTop == nullptr && !refill(sizeClass)) [[unlikely]]
-            return grow(sizeClass);
+    // Null when the stack in use is empty.
+    void* popInUse() {
+        if (mTop == nullptr) return nullptr;
         --mCount;
         return std::exchange(mTop, mTop->next);
     }
 
-    void push(void* memory, size_t sizeClass) {
-        if (mCount == kBatchBlocks) [[unlikely]]
-            putAside(sizeClass);
-        mTop = new (memory) FreeBlock{mTop, nullptr, 0};
+    void* pop(size_t sizeClass) {
+        if (mTop == nullptr && !refill(sizeClass)) return grow(sizeClass);
+        return popInUse();
+    }
+
+    // False when the stack in use is full.
+    bool pushInUse(void* memory) {
+        if (mCount == kBatchBlocks) return false;
+        auto* block = new (memory) FreeBlock;
+        block->next = std::exchange(mTop, block);
         ++mCount;
+        return true;
+    }
+
+    void push(void* memory, size_t sizeClass) {
+        if (pushInUse(memory)) return;
+        putAside(sizeClass);
+        pushInUse(memory);
     }
 
     void empty(size_t sizeClass) {
@@ -115,13 +128,13 @@ public:
     }
 
 private:
-    [[gnu::noinline]] void putAside(size_t sizeClass) {
+    void putAside(size_t sizeClass) {
         if (mReserve != nullptr) give(mReserve, kBatchBlocks, sizeClass);
         mReserve = std::exchange(mTop, nullptr);
         mCount = 0;
     }
 
-    [[gnu::noinline]] bool refill(size_t sizeClass) {
+    bool refill(size_t sizeClass) {
         mTop = std::exchange(mReserve, nullptr);
         mCount = kBatchBlocks;
         if (mTop != nullptr) return true;
@@ -131,7 +144,7 @@ private:
     }
 
     // As many as the heap has.
-    [[gnu::noinline]] void* grow(size_t sizeClass) {
+    void* grow(size_t sizeClass) {
         for (uint32_t i = 1; i < kGrowthBlocks; ++i) {
             void* block = newBlock(sizeClass);
             if (block == nullptr) break;
@@ -178,33 +191,56 @@ Stocks* stocks() {
     return tStocks != nullptr ? tStocks : openStocks();
 }
 
-}  // namespace
+constexpr size_t classOf(size_t bytes) {
+    return (bytes - 1) / kStep;
+}
 
-void* BlockPool::allocate(size_t bytes) {
-    void* block = tryAllocate(bytes);
+// The stock for so many bytes, null where there is none or it is not open yet.
+Stock* stockInUse(size_t bytes) {
+    const bool isPooled = kRecycles && classOf(bytes) < kClasses;  // 0 bytes wrap round
+    return isPooled && tStocks != nullptr ? &(*tStocks)[classOf(bytes)] : nullptr;
+}
+
+[[gnu::noinline]] void* allocateSlowly(size_t bytes) noexcept {
+    if (!kRecycles || classOf(bytes) >= kClasses) return ::operator new(bytes, std::nothrow);
+    Stocks* own = stocks();
+    return own != nullptr ? (*own)[classOf(bytes)].pop(classOf(bytes)) : newBlock(classOf(bytes));
+}
+
+[[gnu::noinline]] void* allocateOrThrow(size_t bytes) {
+    void* block = allocateSlowly(bytes);
     if (block == nullptr) throw std::bad_alloc();
     return block;
 }
 
-void* BlockPool::tryAllocate(size_t bytes) noexcept {
-    if (!kRecycles || bytes > kMaxBytes || bytes == 0) return ::operator new(bytes, std::nothrow);
-    const size_t sizeClass = (bytes - 1) / kStep;
-    Stocks* own = stocks();
-    return own != nullptr ? (*own)[sizeClass].pop(sizeClass) : newBlock(sizeClass);
-}
-
-void BlockPool::free(void* block, size_t bytes) noexcept {
+[[gnu::noinline]] void freeSlowly(void* block, size_t bytes) noexcept {
     if (block == nullptr) return;
-    if (!kRecycles || bytes > kMaxBytes || bytes == 0) {
+    if (!kRecycles || classOf(bytes) >= kClasses) {
         ::operator delete(block);
-        return;
-    }
-    const size_t sizeClass = (bytes - 1) / kStep;
-    if (Stocks* own = stocks()) {
-        (*own)[sizeClass].push(block, sizeClass);
+    } else if (Stocks* own = stocks()) {
+        (*own)[classOf(bytes)].push(block, classOf(bytes));
     } else {
         ::operator delete (block, std::align_val_t{kStep});
     }
+}
+
+}  // namespace
+
+void* BlockPool::allocate(size_t bytes) {
+    Stock* stock = stockInUse(bytes);
+    void* block = stock != nullptr ? stock->popInUse() : nullptr;
+    return block != nullptr ? block : allocateOrThrow(bytes);
+}
+
+void* BlockPool::tryAllocate(size_t bytes) noexcept {
+    Stock* stock = stockInUse(bytes);
+    void* block = stock != nullptr ? stock->popInUse() : nullptr;
+    return block != nullptr ? block : allocateSlowly(bytes);
+}
+
+void BlockPool::free(void* block, size_t bytes) noexcept {
+    Stock* stock = block != nullptr ? stockInUse(bytes) : nullptr;
+    if (stock == nullptr || !stock->pushInUse(block)) freeSlowly(block, bytes);
 }
 
 }  // namespace android::host

@@ -82,6 +82,8 @@ public:
     }
 
 private:
+    const MessageValue* findLong(const ItemKey& key) const;
+    const MessageValue* findInMore(const ItemKey& key) const;
     template <typename Name, typename Value>
     void append(const Name& name, Value&& value) {
         if (mInlineCount == kInline) {
