@@ -24,6 +24,7 @@ sp<AMessage> ChainClient::notify() {
 bool ChainClient::start(const sp<APipe>& chain, const sp<AMessage>& src, const sp<AMessage>& dst,
                         std::vector<sp<APipeBuffer>> inputs, std::vector<sp<APipeBuffer>> outputs) {
     mChain = chain;
+    mLast = chain->getLastPipe();
     mInputs = std::move(inputs);
     mOutputs = std::move(outputs);
     if (mChain->init(src, dst) != OK || !waitFor(mInitialized)) return false;
@@ -67,6 +68,7 @@ void ChainClient::stop() {
     mChain->release();
     waitFor(mReleased);
     mChain.clear();
+    mLast.clear();
     mLooper->stop();
 }
 
@@ -109,7 +111,7 @@ void ChainClient::queueOutput(int32_t id) {
     sp<APipeItem> item = new APipeItem;
     item->mOutput = mOutputs[static_cast<size_t>(id)];
     item->mOutput->getMeta()->setInt32("bufferId", id);
-    mChain->getLastPipe()->queueItem(item);
+    mLast->queueItem(item);
 }
 
 bool ChainClient::waitFor(const bool& event) {

@@ -47,6 +47,7 @@ private:
 
     android::sp<android::ALooper> mLooper;
     android::sp<android::APipe> mChain;
+    android::sp<android::APipe> mLast;
     std::vector<android::sp<android::APipeBuffer>> mInputs;
     std::vector<android::sp<android::APipeBuffer>> mOutputs;
     std::vector<int32_t> mIdleInputs;

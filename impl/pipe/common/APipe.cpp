@@ -403,21 +403,25 @@ void APipe::workOn(sp<APipeItem> item) {
 
 void APipe::workOnFirstItem(const Engine& engine) {
     if (mWorkItems.empty()) return APipe::onWork();
-    const sp<APipeItem> item = *mWorkItems.begin();
-    if (!isWorkable(item)) {
-        mWorkItems.erase(mWorkItems.begin());
-        sendHome(item);
+    if (!isWorkable(*mWorkItems.begin())) {
+        sendHome(takeFirstWorkItem());
         return notifyError(UNKNOWN_ERROR);
     }
     int32_t eos = 0;
-    item->mInput->getMeta()->findInt32("eos", &eos);
-    if (eos == 0 && runEngine(engine, item) != OK) return notifyError(UNKNOWN_ERROR);
-    mWorkItems.erase(mWorkItems.begin());
+    (*mWorkItems.begin())->mInput->getMeta()->findInt32("eos", &eos);
+    if (eos == 0 && runEngine(engine, *mWorkItems.begin()) != OK) return notifyError(UNKNOWN_ERROR);
+    const sp<APipeItem> item = takeFirstWorkItem();
     copyFrameRecord(item->mInput, item->mOutput, eos);
     notifyInputBufferDone(item->mInput);
     if (item->mSubInput != nullptr) notifyInputBufferDone(item->mSubInput);
     notifyOutputBufferDone(item->mOutput, kBufferWithFrame);
     APipe::onWork();
+}
+
+sp<APipeItem> APipe::takeFirstWorkItem() {
+    sp<APipeItem> item = std::move(*mWorkItems.begin());
+    mWorkItems.erase(mWorkItems.begin());
+    return item;
 }
 
 bool APipe::isWorkable(const sp<APipeItem>& item) const {

@@ -251,6 +251,7 @@ private:
     void offerOutputBuffer();
     void workOnCompletedItem();
     void workOn(sp<APipeItem> item);
+    sp<APipeItem> takeFirstWorkItem();
     bool isWorkable(const sp<APipeItem>& item) const;
     status_t runEngine(const Engine& engine, const sp<APipeItem>& item);
 

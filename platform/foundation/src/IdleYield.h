@@ -52,7 +52,7 @@ private:
     }
 
     // About what a sleep and a wake-up cost.
-    static constexpr std::chrono::microseconds kPatience{10};
+    static constexpr std::chrono::microseconds kPatience{30};
     // More than giving way takes where nobody else wants the processor.
     static constexpr std::chrono::nanoseconds kAlone{900};
     static constexpr int kMaxShared = 50;
