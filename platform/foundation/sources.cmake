@@ -9,4 +9,5 @@ plexa_platform_part(foundation
     MessageItems.cpp
     MessageQueue.cpp
     MessageText.cpp
-    ScheduledLoop.cpp)
+    ScheduledLoop.cpp
+    ServedTargets.cpp)

@@ -64,8 +64,8 @@ status_t AMessage::post(int64_t delayUs) {
     return NAME_NOT_FOUND;
 }
 
-void AMessage::deliver(const sp<AMessage>& self) {
-    if (const sp<AHandler> handler = mTarget->handler.promote()) {
+void AMessage::deliver(const sp<AMessage>& self, AHandler* handler) {
+    if (handler != nullptr) {
         handler->onMessageReceived(self);
     } else {
         ALOGW("message '%s' dropped: its target %d is gone", host::nameOf(mWhat).c_str(),

@@ -108,22 +108,12 @@ void MessageQueue::reopen() {
 bool MessageQueue::handleNext() {
     const sp<AMessage> message = isClosed() ? nullptr : take();
     if (message == nullptr) {
-        dropTargets();
+        endRun();
         return false;
     }
-    message->deliver(message);
-    if (message->getStrongCount() == 1) keepTarget(std::move(message->mTarget));
+    message->deliver(message, mServed.handlerOf(*message->mTarget));
+    if (message->getStrongCount() == 1) mServed.keep(std::move(message->mTarget));
     return true;
-}
-
-void MessageQueue::keepTarget(sp<Registration> target) {
-    if (mSpentCount == mSpent.size()) dropTargets();
-    mSpent[mSpentCount++] = std::move(target);
-}
-
-void MessageQueue::dropTargets() {
-    while (mSpentCount > 0)
-        mSpent[--mSpentCount].clear();
 }
 
 int64_t MessageQueue::nextDueUs() {
@@ -153,7 +143,7 @@ void MessageQueue::drop() {
         unlink(popFront());
     while (!mHeap.empty())
         unlink(popHeap());
-    dropTargets();
+    endRun();
 }
 
 // Takes everything that was pushed.

@@ -2,19 +2,17 @@
 #pragma once
 
 #include "IdleYield.h"
+#include "ServedTargets.h"
 
 #include <host/QueueLink.h>
 #include <media/stagefright/foundation/AMessage.h>
 
-#include <array>
 #include <atomic>
 #include <cstdint>
 #include <limits>
 #include <vector>
 
 namespace android::host {
-
-class Registration;
 
 // Producers push onto a stack with one compare-and-swap; the consumer takes the whole stack at
 // once, so no node comes back while a producer looks at it, and turns it over into posting order.
@@ -39,8 +37,10 @@ public:
     void close();
 
     bool isClosed() const { return mClosed.load(std::memory_order_acquire); }
-    // Has the next message handled; false if none is due.
+    // Has the next message handled; false if none is due. Its handler may stay held until the next
+    // call, or until endRun().
     bool handleNext();
+    void endRun() { mServed.letGo(); }
     // When the next message is due: 0 for at once, kNever for none.
     int64_t nextDueUs();
     // Sleeps until a push, close(), or the given time; may also return without a reason.
@@ -66,8 +66,6 @@ private:
     void add(Node* node);
     bool isHeapFirst() const;
     sp<AMessage> take();
-    void keepTarget(sp<Registration> target);
-    void dropTargets();
     Node* popFront();
     Node* popHeap();
 
@@ -82,10 +80,7 @@ private:
     Node* mBack = nullptr;
     std::vector<Node*> mHeap;  // delayed messages, the earliest first
     uint64_t mOrder = 0;
-    // The targets of messages that are done with. Whoever makes messages counts the same
-    // references up, so they are dropped some at a time, not one between any two of those.
-    std::array<sp<Registration>, 16> mSpent;
-    size_t mSpentCount = 0;
+    ServedTargets mServed;
     IdleYield mIdleYield;
 };
 

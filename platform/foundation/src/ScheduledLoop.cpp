@@ -27,6 +27,7 @@ ScheduledLoop::ScheduledLoop(const sp<LooperCore>& core, ScheduledLoops* loops)
 void ScheduledLoop::handleNext() {
     mLoops->current = this;
     mCore->queue.handleNext();
+    mCore->queue.endRun();
     mLoops->current = nullptr;
     if (mCore->queue.isClosed()) mCore->queue.drop();
 }

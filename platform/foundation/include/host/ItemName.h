@@ -53,11 +53,12 @@ public:
     static constexpr size_t kMaxInline = sizeof(ItemKey::Head);
 
     explicit ItemName(const ItemKey& key) : mHead(key.head()) {
-        if (key.text().size() > kMaxInline) mWhole = std::make_unique<std::string>(key.text());
+        if (key.text().size() > kMaxInline) [[unlikely]]
+            keepWhole(key.text());
     }
-    ItemName(const ItemName& other)
-        : mHead(other.mHead),
-          mWhole(other.mWhole != nullptr ? std::make_unique<std::string>(*other.mWhole) : nullptr) {
+    ItemName(const ItemName& other) : mHead(other.mHead) {
+        if (other.mWhole != nullptr) [[unlikely]]
+            keepWhole(*other.mWhole);
     }
     ItemName(ItemName&&) noexcept = default;
     ItemName& operator=(const ItemName&) = delete;
@@ -76,6 +77,10 @@ public:
     bool isLong(const ItemKey& key) const { return mWhole != nullptr && *mWhole == key.text(); }
 
 private:
+    [[gnu::noinline]] void keepWhole(std::string_view text) {
+        mWhole = std::make_unique<std::string>(text);
+    }
+
     ItemKey::Head mHead;
     std::unique_ptr<std::string> mWhole;
 };

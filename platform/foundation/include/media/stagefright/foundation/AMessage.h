@@ -81,7 +81,8 @@ protected:
 
 private:
     friend class host::MessageQueue;
-    void deliver(const sp<AMessage>& self);
+    // The handler is null when it is gone.
+    void deliver(const sp<AMessage>& self, AHandler* handler);
 
     template <typename T>
     bool find(const char* name, T* value) const {
