@@ -27,9 +27,9 @@ bool ChainClient::start(const sp<APipe>& chain, const sp<AMessage>& src, const s
     mLast = chain->getLastPipe();
     mInputs = std::move(inputs);
     mOutputs = std::move(outputs);
-    if (mChain->init(src, dst) != OK || !waitFor(mInitialized)) return false;
     for (size_t id = 0; id < mInputs.size(); ++id)
         mIdleInputs.push_back(static_cast<int32_t>(id));
+    if (mChain->init(src, dst) != OK || !waitFor(mInitialized)) return false;
     for (size_t id = 0; id < mOutputs.size(); ++id)
         queueOutput(static_cast<int32_t>(id));
     return true;
@@ -39,20 +39,19 @@ void ChainClient::begin(int frames) {
     {
         const std::lock_guard<std::mutex> lock(mLock);
         mReceived = frames == 0;
-        mToReceive = frames;
-        mToQueue = frames;
     }
-    for (int32_t id = takeIdleInput(); id >= 0; id = takeIdleInput())
-        queueInput(id);
+    const sp<AMessage> message = new AMessage(kWhatBegin, this);
+    message->setInt32("frames", frames);
+    message->post();
 }
 
-int32_t ChainClient::takeIdleInput() {
-    const std::lock_guard<std::mutex> lock(mLock);
-    if (mToQueue == 0 || mIdleInputs.empty()) return -1;
-    --mToQueue;
-    const int32_t id = mIdleInputs.back();
-    mIdleInputs.pop_back();
-    return id;
+void ChainClient::onBegin(int frames) {
+    mToReceive = frames;
+    mToQueue = frames;
+    while (mToQueue > 0 && !mIdleInputs.empty()) {
+        queueInput(mIdleInputs.back());
+        mIdleInputs.pop_back();
+    }
 }
 
 bool ChainClient::finish() {
@@ -73,33 +72,47 @@ void ChainClient::stop() {
 }
 
 void ChainClient::onMessageReceived(const sp<AMessage>& msg) {
-    int32_t what = 0;
-    int32_t id = 0;
-    msg->findInt32("what", &what);
-    msg->findInt32("bufferId", &id);
-    bool queueAgain = false;
-    bool wake = what != APipe::kWhatInputBufferDone;
-    {
-        const std::lock_guard<std::mutex> lock(mLock);
-        if (what == APipe::kWhatInputBufferDone) {
-            queueAgain = mToQueue > 0;
-            if (queueAgain) {
-                --mToQueue;
-            } else {
-                mIdleInputs.push_back(id);
-            }
-        }
-        if (what == APipe::kWhatOutputBufferDone) wake = mReceived = --mToReceive == 0;
-        if (what == APipe::kWhatInitCompleted) mInitialized = true;
-        if (what == APipe::kWhatReleaseCompleted) mReleased = true;
-        if (what == APipe::kWhatError) mFailed = true;
+    int32_t value = 0;
+    if (msg->what() == kWhatBegin) {
+        msg->findInt32("frames", &value);
+        return onBegin(value);
     }
-    if (queueAgain) queueInput(id);
-    if (what == APipe::kWhatOutputBufferDone) queueOutput(id);
-    if (wake) mChanged.notify_all();
+    msg->findInt32("what", &value);
+    switch (value) {
+        case APipe::kWhatInputBufferDone:
+            return onInputDone(bufferOf(msg));
+        case APipe::kWhatOutputBufferDone:
+            return onOutputDone(bufferOf(msg));
+        case APipe::kWhatInitCompleted:
+            return tell(mInitialized);
+        case APipe::kWhatReleaseCompleted:
+            return tell(mReleased);
+        case APipe::kWhatError:
+            return tell(mFailed);
+    }
+}
+
+int32_t ChainClient::bufferOf(const sp<AMessage>& notice) {
+    int32_t id = 0;
+    notice->findInt32("bufferId", &id);
+    return id;
+}
+
+void ChainClient::onInputDone(int32_t id) {
+    if (mToQueue > 0) {
+        queueInput(id);
+    } else {
+        mIdleInputs.push_back(id);
+    }
+}
+
+void ChainClient::onOutputDone(int32_t id) {
+    queueOutput(id);
+    if (--mToReceive == 0) tell(mReceived);
 }
 
 void ChainClient::queueInput(int32_t id) {
+    --mToQueue;
     sp<APipeItem> item = new APipeItem;
     item->mInput = mInputs[static_cast<size_t>(id)];
     item->mInput->getMeta()->setInt32("bufferId", id);
@@ -112,6 +125,14 @@ void ChainClient::queueOutput(int32_t id) {
     item->mOutput = mOutputs[static_cast<size_t>(id)];
     item->mOutput->getMeta()->setInt32("bufferId", id);
     mLast->queueItem(item);
+}
+
+void ChainClient::tell(bool& event) {
+    {
+        const std::lock_guard<std::mutex> lock(mLock);
+        event = true;
+    }
+    mChanged.notify_all();
 }
 
 bool ChainClient::waitFor(const bool& event) {

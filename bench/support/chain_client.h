@@ -3,8 +3,8 @@
 
 #include <APipe.h>
 
-#include <atomic>
 #include <condition_variable>
+#include <cstdint>
 #include <mutex>
 #include <vector>
 
@@ -40,9 +40,16 @@ protected:
     void onMessageReceived(const android::sp<android::AMessage>& msg) override;
 
 private:
-    int32_t takeIdleInput();  // -1 when there is none, or none is wanted
+    // Posted to itself: from there on everything happens on its looper.
+    static constexpr uint32_t kWhatBegin = 1;
+
+    static int32_t bufferOf(const android::sp<android::AMessage>& notice);
+    void onBegin(int frames);
+    void onInputDone(int32_t id);
+    void onOutputDone(int32_t id);
     void queueInput(int32_t id);
     void queueOutput(int32_t id);
+    void tell(bool& event);
     bool waitFor(const bool& event);
 
     android::sp<android::ALooper> mLooper;
@@ -51,12 +58,12 @@ private:
     std::vector<android::sp<android::APipeBuffer>> mInputs;
     std::vector<android::sp<android::APipeBuffer>> mOutputs;
     std::vector<int32_t> mIdleInputs;
-    std::atomic<int64_t> mNextTimeUs = 0;
-
-    std::mutex mLock;  // guards what follows and mIdleInputs
-    std::condition_variable mChanged;
+    int64_t mNextTimeUs = 0;
     int mToQueue = 0;
     int mToReceive = 0;
+
+    std::mutex mLock;  // guards what follows
+    std::condition_variable mChanged;
     bool mInitialized = false;
     bool mReceived = false;
     bool mReleased = false;
