@@ -112,6 +112,7 @@ bool MessageQueue::handleNext() {
         return false;
     }
     message->deliver(message, mServed.handlerOf(*message->mTarget));
+    mServed.endMessage();
     if (message->getStrongCount() == 1) mServed.keep(std::move(message->mTarget));
     return true;
 }

@@ -37,8 +37,8 @@ public:
     void close();
 
     bool isClosed() const { return mClosed.load(std::memory_order_acquire); }
-    // Has the next message handled; false if none is due. Its handler may stay held until the next
-    // call, or until endRun().
+    // Has the next message handled; false if none is due. A handler that others hold too stays held
+    // until none is due, or until endRun().
     bool handleNext();
     void endRun() { mServed.letGo(); }
     // When the next message is due: 0 for at once, kNever for none.

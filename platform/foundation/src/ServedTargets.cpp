@@ -19,6 +19,10 @@ AHandler* ServedTargets::handlerOf(const Registration& target) {
     return mHandler.get();
 }
 
+void ServedTargets::endMessage() {
+    if (mHandlerId != 0 && mHandler->getStrongCount() == 1) letHandlerGo();
+}
+
 void ServedTargets::keep(sp<Registration> target) {
     if (mSpentCount == mSpent.size()) letSpentGo();
     mSpent[mSpentCount++] = std::move(target);

@@ -19,9 +19,10 @@ public:
     ServedTargets(const ServedTargets&) = delete;
     ServedTargets& operator=(const ServedTargets&) = delete;
 
-    // The handler, held until the next call; null when it is gone. The same one is not taken again
-    // while somebody else holds it too. Where nobody does, it goes before the next message.
+    // The handler, held at least until endMessage(); null when it is gone.
     AHandler* handlerOf(const Registration& target);
+    // Lets go of a handler that nobody else holds.
+    void endMessage();
 
     // Keeps the target of a message that is done with.
     void keep(sp<Registration> target);
