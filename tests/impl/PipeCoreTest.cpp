@@ -2,6 +2,8 @@
 // MatrixTest.cpp.
 #include <APipe.h>
 
+#include <utility>
+
 #include "support/ScheduledTest.h"
 
 namespace android {
@@ -76,6 +78,32 @@ TEST_F(PipeCoreTest, ANewGenerationMakesItemsAndMetadataStale) {
     EXPECT_EQ(generator->mItems, 1);
     ASSERT_NE(generator->mMeta, nullptr);
     EXPECT_TRUE(generator->mMeta->contains("timeUs") && generator->mMeta->contains("frameMeta"));
+}
+
+TEST_F(PipeCoreTest, ABufferComesBackToTheStageThatAskedLast) {
+    struct Owner : TestStage {
+        using TestStage::TestStage;
+        bool onBufferReturned(const sp<AMessage>& msg) override {
+            ++mReturned;
+            return TestStage::onBufferReturned(msg);
+        }
+        int mReturned = 0;
+    };
+    const sp<Owner> last = new Owner(nullptr, mClient->notify(), "B", 1);
+    const sp<Owner> first = new Owner(last, mClient->notify(), "A", 1);
+    start(first);
+    const sp<APipeBuffer> buffer = inputItem(1, 0)->mInput;
+    const auto returned = [&](const sp<Owner>& owner) {
+        owner->setReply(buffer);
+        buffer->release();
+        run();
+        return std::pair(first->mReturned, last->mReturned);
+    };
+    EXPECT_EQ(returned(first), std::pair(1, 0));
+    EXPECT_EQ(returned(last), std::pair(1, 1));
+    EXPECT_EQ(returned(first), std::pair(2, 1));
+    buffer->getMeta()->setMessage("reply", mClient->notify());
+    EXPECT_EQ(returned(first), std::pair(3, 1));
 }
 
 TEST_F(PipeCoreTest, BareStagesKeepTheirItemsUntilAFlush) {

@@ -97,6 +97,25 @@ TEST_F(LooperTest, HandlesByDueTimeThenPostingOrder) {
     EXPECT_EQ(looper->stop(), INVALID_OPERATION);
 }
 
+TEST_F(LooperTest, AMessageMayBePostedAgainWhileItWaitsAndByItsHandler) {
+    std::atomic<int> alive{0}, again{2};
+    const auto looper = sp<ALooper>::make();
+    const auto handler = handlerOn(looper, [&](const auto& msg) {
+        if (again-- > 0) msg->post();
+        mWhats.update([&](auto& whats) { whats.push_back(msg->what()); });
+    });
+    auto message = sp<AMessage>::make(7U, handler);
+    message->setObject("tracked", sp<Tracked>::make(&alive));
+    for (const int64_t delayUs : {0, 5'000, 0, 1'000})
+        EXPECT_EQ(message->post(delayUs), OK);
+    message.clear();
+    looper->start();
+    ASSERT_TRUE(waitForWhats(6));
+    looper->stop();
+    EXPECT_EQ(mWhats.get(), std::vector<uint32_t>(6, 7U));
+    EXPECT_EQ(alive, 0);
+}
+
 TEST_F(LooperTest, KeepsEachThreadsOrderAndLosesNothing) {
     constexpr size_t kThreads = 4;
     constexpr int32_t kEach = 2'000;
@@ -204,9 +223,11 @@ TEST_F(LooperTest, LastReferencesMayFallInsideAMessage) {
         sp<ALooper> looper = sp<ALooper>::make();
         sp<Stage> self;
         Awaited<bool>* done;
+        std::atomic<int>* handled;
 
-        void start(Awaited<bool>* whenGone) {
+        void start(Awaited<bool>* whenGone, std::atomic<int>* whenHandled) {
             done = whenGone;
+            handled = whenHandled;
             looper->start();
             looper->registerHandler(this);
         }
@@ -216,13 +237,16 @@ TEST_F(LooperTest, LastReferencesMayFallInsideAMessage) {
             looper.clear();
             done->set(true);
         }
-        void onMessageReceived(const sp<AMessage>&) override { self.clear(); }
+        void onMessageReceived(const sp<AMessage>&) override {
+            ++*handled;
+            self.clear();
+        }
     };
     for (int round = 0; round < 20; ++round) {
         mDone.set(false);
-        std::atomic<int> alive{0};
+        std::atomic<int> alive{0}, handled{0};
         auto stage = sp<Stage>::make();
-        stage->start(&mDone);
+        stage->start(&mDone, &handled);
         stage->self = stage;
         const wp<Stage> weak = stage;
         std::vector<sp<AMessage>> messages;
@@ -237,6 +261,8 @@ TEST_F(LooperTest, LastReferencesMayFallInsideAMessage) {
         ASSERT_TRUE(mDone.waitUntil(kTrue));
         EXPECT_EQ(weak.promote(), nullptr);
         EXPECT_TRUE(plexa::eventually([&] { return alive == 0; }));
+        EXPECT_EQ(handled, 1);
+        EXPECT_EQ(mLog.count(ANDROID_LOG_WARN, "AMessage", "dropped"), 0U);
     }
 }
 
@@ -272,6 +298,35 @@ TEST_F(LooperTest, MessagesOfAHandlerThatIsGoneAreDroppedWithAWarning) {
     ASSERT_TRUE(waitForWhats(1));
     looper->stop();
     EXPECT_EQ(mLog.count(ANDROID_LOG_WARN, "AMessage", "'abcd' dropped: its target"), 1U);
+}
+
+// A loop holds a handler over a run of its messages, but only for as long as others do.
+TEST_F(LooperTest, AHandlerGoesWithItsLastHolder) {
+    const auto looper = sp<ALooper>::make();
+    wp<CallHandler> weak;
+    bool wasGone = false;
+    sp<CallHandler> doomed = handlerOn(looper, [&](const auto& msg) {
+        if (msg->what() == 2) doomed.clear();
+    });
+    weak = doomed;
+    const auto next = handlerOn(looper, [&](const auto&) {
+        wasGone = weak.promote() == nullptr;
+        mDone.set(true);
+    });
+    post(doomed, 1);
+    post(doomed, 2);
+    post(next);
+    looper->start();
+    ASSERT_TRUE(mDone.waitUntil(kTrue));
+    EXPECT_TRUE(wasGone);
+
+    auto last = recorderOn(looper);
+    weak = last;
+    post(last);
+    ASSERT_TRUE(waitForWhats(1));
+    last.clear();
+    EXPECT_TRUE(plexa::eventually([&] { return weak.promote() == nullptr; }));
+    looper->stop();
 }
 
 TEST_F(LooperTest, HandlersMoveFromLooperToLooper) {

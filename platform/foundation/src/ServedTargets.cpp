@@ -12,7 +12,7 @@ ServedTargets::ServedTargets() = default;
 ServedTargets::~ServedTargets() = default;
 
 AHandler* ServedTargets::handlerOf(const Registration& target) {
-    if (target.id == mHandlerId && mHandler->getStrongCount() > 1) return mHandler.get();
+    if (target.id == mHandlerId) return mHandler.get();
     letHandlerGo();
     mHandler = target.handler.promote();
     if (mHandler != nullptr) mHandlerId = target.id;
