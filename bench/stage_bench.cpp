@@ -56,6 +56,12 @@ void queueItem(benchmark::State& state) {
     state.SetItemsProcessed(state.iterations() * kFramesARun);
 }
 
+void queueThereAndBack(benchmark::State& state) {
+    for (auto _ : state)
+        passThroughQueueAndBack(kFramesARun, kStreaming);
+    state.SetItemsProcessed(state.iterations() * kFramesARun);
+}
+
 void futexHandOff(benchmark::State& state) {
     FutexEcho echo;
     for (auto _ : state)
@@ -88,6 +94,7 @@ void configure(benchmark::internal::Benchmark* benchmark) {
 }  // namespace
 
 BENCHMARK(queueItem)->Apply(configure);
+BENCHMARK(queueThereAndBack)->Apply(configure);
 BENCHMARK(futexHandOff)->Apply(configure);
 BENCHMARK(streaming)->Apply(configure)->Arg(1)->Arg(2)->Arg(4)->Arg(8)->Arg(16);
 BENCHMARK(lockStep)->Apply(configure)->Arg(1)->Arg(2)->Arg(4)->Arg(8)->Arg(16);
@@ -104,6 +111,10 @@ int main(int argc, char** argv) {
                                         .subject = "queueItem",
                                         .baselines = {"streaming/2"},
                                         .atMost = 12},
+                                       {.title = "two stages streaming / bare queue there and back "
+                                                 "with as many in flight (time)",
+                                        .subject = "queueThereAndBack",
+                                        .baselines = {"streaming/2"}},
                                        {.title = "two stages lock-step / futex hand-off (time)",
                                         .subject = "futexHandOff",
                                         .baselines = {"lockStep/2"},

@@ -1,10 +1,6 @@
 // Baselines: what it costs to pass an item between two threads with nothing around it.
 #include "support/hand_off.h"
 
-#include <condition_variable>
-#include <deque>
-#include <mutex>
-
 #include <linux/futex.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -42,21 +38,40 @@ void FutexEcho::give(Turn turn) {
     futexWake(mTurn);
 }
 
+void BareQueue::push(int item) {
+    const std::lock_guard<std::mutex> hold(mLock);
+    mItems.push_back(item);
+    mFilled.notify_one();
+}
+
+int BareQueue::pop() {
+    std::unique_lock<std::mutex> hold(mLock);
+    mFilled.wait(hold, [this] { return !mItems.empty(); });
+    const int item = mItems.front();
+    mItems.pop_front();
+    return item;
+}
+
 void passThroughQueue(int items) {
-    std::mutex lock;
-    std::condition_variable filled;
-    std::deque<int> queue;
+    BareQueue queue;
     std::thread consumer([&] {
-        for (int taken = 0; taken < items; ++taken) {
-            std::unique_lock<std::mutex> hold(lock);
-            filled.wait(hold, [&] { return !queue.empty(); });
-            queue.pop_front();
-        }
+        for (int taken = 0; taken < items; ++taken)
+            queue.pop();
+    });
+    for (int item = 0; item < items; ++item)
+        queue.push(item);
+    consumer.join();
+}
+
+void passThroughQueueAndBack(int items, int inFlight) {
+    BareQueue there, back;
+    std::thread consumer([&] {
+        for (int taken = 0; taken < items; ++taken)
+            back.push(there.pop());
     });
     for (int item = 0; item < items; ++item) {
-        const std::lock_guard<std::mutex> hold(lock);
-        queue.push_back(item);
-        filled.notify_one();
+        if (item >= inFlight) back.pop();
+        there.push(item);
     }
     consumer.join();
 }

@@ -2,6 +2,9 @@
 #pragma once
 
 #include <atomic>
+#include <condition_variable>
+#include <deque>
+#include <mutex>
 #include <thread>
 
 namespace plexa::bench {
@@ -34,7 +37,25 @@ private:
     std::thread mThread;
 };
 
-/// So many items through a queue under a mutex and a condition, from one thread to another.
+/// A queue under a mutex and a condition.
+///
+/// Threading: thread-safe.
+class BareQueue {
+public:
+    void push(int item);
+    /// Waits for an item.
+    int pop();
+
+private:
+    std::mutex mLock;
+    std::condition_variable mFilled;
+    std::deque<int> mItems;
+};
+
+/// So many items through a bare queue, from one thread to another.
 void passThroughQueue(int items);
+
+/// The same and back through another one, with at most so many items in flight.
+void passThroughQueueAndBack(int items, int inFlight);
 
 }  // namespace plexa::bench
