@@ -69,7 +69,7 @@ struct Client : public AHandler {
 int main() {
     const sp<Client> client = new Client;
     const sp<ALooper> looper = new ALooper;
-    looper->start(false, false, APipe::kLooperPriority);
+    looper->start(false, false, APipe::kLooperPriority);  // as the stages that it queues into
     looper->registerHandler(client);
 
     const sp<AMessage> notify = new AMessage(0, client);      // copied for every notice

@@ -266,7 +266,7 @@ private:
     static constexpr size_t kCacheLine = 64;
 
     // What every thread reads and hardly anyone writes.
-    ALooper::handler_id mHandlerId = 0;  // of the looper's life; the loop's own
+    ALooper::handler_id mHandlerId = 0;  // of the last init
     sp<AMessage> mNotify;
 
 protected:

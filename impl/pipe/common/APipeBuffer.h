@@ -97,7 +97,8 @@ public:
     /// is not handled. Any thread that owns the buffer.
     void release();
 
-    /// The metadata itself, never null: keys set through it are the buffer's.
+    /// The metadata itself, never null and the same for the buffer's life: keys set through it are
+    /// the buffer's.
     const sp<AMessage>& getMeta() const { return mMeta; }
 
     int32_t getWidth() const { return mWidth; }
