@@ -26,6 +26,8 @@ Displays& Displays::get() {
 }
 
 EGLDisplay Displays::open(EGLNativeDisplayType native) {
+    // The host's EGL makes a display when it is first asked for.
+    const std::lock_guard lock(mLock);
     const bool isChosen = getenv("EGL_PLATFORM") != nullptr;
     if (native == EGL_DEFAULT_DISPLAY && !isChosen && hasSurfacelessPlatform()) {
         return eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
