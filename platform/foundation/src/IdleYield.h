@@ -55,11 +55,13 @@ private:
     static constexpr std::chrono::microseconds kPatience{30};
     // More than giving way takes where nobody else wants the processor.
     static constexpr std::chrono::nanoseconds kAlone{900};
+    // So seldom that the sleep and the wake-up, some microseconds each, do not show.
     static constexpr int kMaxShared = 50;
     // A few turns of other loops.
     static constexpr std::chrono::microseconds kLong{200};
     // Loops that are busy run dry more often than this.
     static constexpr std::chrono::microseconds kBusy{50};
+    // After another program had the processor, at most a fifth of the time goes to it unasked.
     static constexpr int kRest = 4;
 
     inline static std::atomic<uint32_t> sSpells{0};  // how often any loop has run dry

@@ -57,7 +57,9 @@ private:
     static Node* closed() { return reinterpret_cast<Node*>(2); }
     static bool isLater(const Node* a, const Node* b);
 
+    // The message's own, or another one while that is taken.
     static Node* takeLink(AMessage& message);
+    // The message of the node, whose link is free again.
     static sp<AMessage> unlink(Node* node);
     int64_t dueTime(int64_t delayUs);
     bool pushNode(Node* node);

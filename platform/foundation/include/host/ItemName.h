@@ -14,7 +14,7 @@ namespace android::host {
 
 // A name and its first 16 bytes as two numbers, padded with zeros. Names are literals: where a call
 // is compiled the numbers are constants, and most names are told apart with one comparison. They
-// are put together from single bytes because no compiler folds a copy of a part of a number.
+// are put together from single bytes because gcc does not fold a copy of a part of a number.
 // Borrows the text. Threading: immutable.
 class ItemKey {
 public:
