@@ -14,6 +14,7 @@
 #include <vector>
 
 #include "support/frames.h"
+#include "support/idle_flush.h"
 #include "support/pass_through.h"
 
 namespace {
@@ -52,66 +53,10 @@ public:
     Clock::time_point mBegan, mEnded;
 };
 
-// Notes when the notices come that complete something.
-class Client : public AHandler {
-public:
-    Client() {
-        mLooper->setName("bench_client");
-        mLooper->start(false, false, APipe::kLooperPriority);
-    }
-    sp<AMessage> notify() {
-        mLooper->registerHandler(this);
-        return new AMessage(0, this);
-    }
-    Clock::time_point waitForCompletion() {
-        mCompleted.acquire();
-        return mWhen;
-    }
-    void stop() { mLooper->stop(); }
-
-protected:
-    void onMessageReceived(const sp<AMessage>& msg) override {
-        const auto now = Clock::now();
-        int32_t what = 0;
-        msg->findInt32("what", &what);
-        if (what == APipe::kWhatError) std::abort();
-        if (what == APipe::kWhatInputBufferDone || what == APipe::kWhatOutputBufferDone) return;
-        mWhen = now;
-        mCompleted.release();
-    }
-
-private:
-    const sp<ALooper> mLooper = new ALooper;
-    Clock::time_point mWhen;
-    std::counting_semaphore<> mCompleted{0};
-};
-
 void print(const char* what, std::vector<double> samples) {
     std::sort(samples.begin(), samples.end());
     const auto at = [&](size_t percent) { return samples[(samples.size() - 1) * percent / 100]; };
     std::printf("%-60s %10.1f %10.1f %10.1f\n", what, at(50), at(99), samples.back());
-}
-
-void initAndWait(const sp<APipe>& chain, const sp<Client>& client) {
-    const auto none = format(APipeBuffer::Nv12, kTiny);
-    if (chain->init(none, none) != OK) std::abort();
-    client->waitForCompletion();
-}
-
-void flushIdleChain(int rounds) {
-    const sp<Client> client = new Client;
-    const sp<APipe> chain = passThroughChain(kStages, client->notify());
-    initAndWait(chain, client);
-    std::vector<double> waits;
-    for (int i = 0; i < rounds; ++i) {
-        const auto called = Clock::now();
-        chain->flush();
-        waits.push_back(microseconds(client->waitForCompletion() - called));
-    }
-    print("flush of an idle chain of four", waits);
-    chain->release();
-    client->waitForCompletion();
-    client->stop();
 }
 
 sp<APipeItem> itemOf(sp<APipeBuffer> APipeItem::*role, const sp<APipeBuffer>& buffer, int id) {
@@ -125,7 +70,7 @@ sp<APipeItem> itemOf(sp<APipeBuffer> APipeItem::*role, const sp<APipeBuffer>& bu
 // The third of four stages is slow and has more frames waiting. The release is called at any
 // moment of one.
 void releaseWhileBusy(int rounds) {
-    const sp<Client> client = new Client;
+    const sp<CompletionClient> client = new CompletionClient;
     const sp<AMessage> notify = client->notify();
     const sp<APipe> last = passThroughChain(1, notify);
     const sp<SlowStage> slow = new SlowStage(last, notify);
@@ -138,7 +83,7 @@ void releaseWhileBusy(int rounds) {
     std::vector<double> waits, frames, afterwards;
     int begun = 0;
     for (int i = 0; i < rounds; ++i) {
-        initAndWait(first, client);
+        client->init(first);
         for (int id = 0; id < kWaiting; ++id) {
             last->queueItem(itemOf(&APipeItem::mOutput, outputs[static_cast<size_t>(id)], id));
             first->queueItem(itemOf(&APipeItem::mInput, inputs[static_cast<size_t>(id)], id));
@@ -170,7 +115,7 @@ int main(int argc, char** argv) {
     __android_log_set_minimum_priority(ANDROID_LOG_ERROR);
     std::printf("%-60s %10s %10s %10s\n", "microseconds, from the call to the notice", "median",
                 "p99", "most");
-    flushIdleChain(rounds);
+    print("flush of an idle chain of four", flushIdleChain(kStages, rounds, {}));
     releaseWhileBusy(rounds);
     return 0;
 }

@@ -49,6 +49,7 @@ void ChainClient::onBegin(int frames) {
     mToReceive = frames;
     mToQueue = frames;
     while (mToQueue > 0 && !mIdleInputs.empty()) {
+        --mToQueue;
         queueInput(mIdleInputs.back());
         mIdleInputs.pop_back();
     }
@@ -61,6 +62,16 @@ bool ChainClient::finish() {
 bool ChainClient::run(int frames) {
     begin(frames);
     return finish();
+}
+
+void ChainClient::listen(std::function<void()> heard) {
+    mHeard = std::move(heard);
+    mFree.release(static_cast<std::ptrdiff_t>(mInputs.size()));
+}
+
+void ChainClient::feed() {
+    mFree.acquire();
+    queueInput(static_cast<int32_t>(mFed++ % mInputs.size()));
 }
 
 void ChainClient::stop() {
@@ -99,7 +110,10 @@ int32_t ChainClient::bufferOf(const sp<AMessage>& notice) {
 }
 
 void ChainClient::onInputDone(int32_t id) {
-    if (mToQueue > 0) {
+    if (mHeard) {
+        mFree.release();
+    } else if (mToQueue > 0) {
+        --mToQueue;
         queueInput(id);
     } else {
         mIdleInputs.push_back(id);
@@ -108,11 +122,11 @@ void ChainClient::onInputDone(int32_t id) {
 
 void ChainClient::onOutputDone(int32_t id) {
     queueOutput(id);
+    if (mHeard) return mHeard();
     if (--mToReceive == 0) tell(mReceived);
 }
 
 void ChainClient::queueInput(int32_t id) {
-    --mToQueue;
     sp<APipeItem> item = new APipeItem;
     item->mInput = mInputs[static_cast<size_t>(id)];
     item->mInput->getMeta()->setInt32("bufferId", id);

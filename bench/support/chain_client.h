@@ -5,13 +5,15 @@
 
 #include <condition_variable>
 #include <cstdint>
+#include <functional>
 #include <mutex>
+#include <semaphore>
 #include <vector>
 
 namespace plexa::bench {
 
 /// Queues every input and output again as soon as its notice says that it is free, until as many
-/// frames as asked for have come out.
+/// frames as asked for have come out; or queues an input whenever it is told to.
 ///
 /// Threading: run from one thread at a time; notices arrive on the client's own looper.
 class ChainClient : public android::AHandler {
@@ -32,6 +34,12 @@ public:
     void begin(int frames);
     bool finish();
     bool run(int frames);
+
+    /// From here on frames come by feed() alone, and `heard` is called on the client's looper for
+    /// each that has come out.
+    void listen(std::function<void()> heard);
+    /// Sends one frame through from the calling thread, which waits while no input is idle.
+    void feed();
 
     /// Releases the chain and ends the looper.
     void stop();
@@ -61,6 +69,9 @@ private:
     int64_t mNextTimeUs = 0;
     int mToQueue = 0;
     int mToReceive = 0;
+    std::function<void()> mHeard;
+    std::counting_semaphore<> mFree{0};  // inputs that feed() may queue, the oldest first
+    size_t mFed = 0;
 
     std::mutex mLock;  // guards what follows
     std::condition_variable mChanged;

@@ -42,11 +42,15 @@ bool GstPipeline::run(int buffers, const std::function<GstBuffer*()>& next) {
     int pushed = 0;
     for (int pulled = 0; pulled < buffers; ++pulled) {
         for (; pushed < buffers && pushed < pulled + mInFlight; ++pushed) {
-            if (gst_app_src_push_buffer(GST_APP_SRC(mAppsrc), next()) != GST_FLOW_OK) return false;
+            if (!push(next())) return false;
         }
         if (!pull()) return false;
     }
     return true;
+}
+
+bool GstPipeline::push(GstBuffer* buffer) {
+    return gst_app_src_push_buffer(GST_APP_SRC(mAppsrc), buffer) == GST_FLOW_OK;
 }
 
 bool GstPipeline::pull() {

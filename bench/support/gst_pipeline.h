@@ -21,10 +21,11 @@ public:
     /// Pushes so many buffers made by next, never more than inFlight ahead of those pulled.
     /// False when the pipeline stops short.
     bool run(int buffers, const std::function<GstBuffer*()>& next);
-
-private:
+    /// Push one buffer, which is taken over, and wait for one that has come through.
+    bool push(GstBuffer* buffer);
     bool pull();
 
+private:
     int mInFlight;
     GstElement* mPipeline = nullptr;
     GstElement* mAppsrc = nullptr;

@@ -39,11 +39,21 @@ PassThroughPeer::~PassThroughPeer() {
 }
 
 bool PassThroughPeer::run(int frames) {
-    return mPipeline.run(frames, [this] {
-        GstBuffer* buffer = nullptr;
-        gst_buffer_pool_acquire_buffer(mPool, &buffer, nullptr);
-        return buffer;
-    });
+    return mPipeline.run(frames, [this] { return frame(); });
+}
+
+bool PassThroughPeer::feed() {
+    return mPipeline.push(frame());
+}
+
+bool PassThroughPeer::hear() {
+    return mPipeline.pull();
+}
+
+GstBuffer* PassThroughPeer::frame() {
+    GstBuffer* buffer = nullptr;
+    gst_buffer_pool_acquire_buffer(mPool, &buffer, nullptr);
+    return buffer;
 }
 
 }  // namespace plexa::bench

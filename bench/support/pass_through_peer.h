@@ -16,8 +16,13 @@ public:
 
     /// False when the pipeline stops short.
     bool run(int frames);
+    /// Send one frame through, and wait for one that has come out.
+    bool feed();
+    bool hear();
 
 private:
+    GstBuffer* frame();
+
     GstPipeline mPipeline;
     GstBufferPool* mPool;
 };

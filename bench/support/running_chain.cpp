@@ -63,4 +63,12 @@ bool RunningChain::run(int frames) {
     return finish();
 }
 
+void RunningChain::listen(std::function<void()> heard) {
+    if (mStarted) mClient->listen(std::move(heard));
+}
+
+void RunningChain::feed() {
+    if (mStarted) mClient->feed();
+}
+
 }  // namespace plexa::bench

@@ -1,6 +1,8 @@
 // Chains with the client that feeds them, as the benchmarks run them.
 #pragma once
 
+#include <functional>
+
 #include "support/chain_client.h"
 #include "support/frames.h"
 
@@ -26,6 +28,8 @@ public:
     void begin(int frames);
     bool finish();
     bool run(int frames);
+    void listen(std::function<void()> heard);
+    void feed();
 
 private:
     struct Parts;

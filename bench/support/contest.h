@@ -1,0 +1,35 @@
+// Subjects measured in processes of their own, those of several programs beside each other.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <map>
+#include <string>
+#include <vector>
+
+namespace plexa::bench {
+
+/// What one run of a subject says: a figure by its name, such as "cpu" or "latency".
+using Figures = std::map<std::string, double>;
+
+struct Subject {
+    std::string row;
+    std::string contender;
+    std::function<Figures(std::chrono::duration<double> time)> run;
+};
+
+/// A main(). Every subject runs in each round, in a process of its own; the contenders of a row
+/// follow each other in random order, so that a noisy moment hits all alike. Options:
+///
+///     --rounds=N --seconds=S    of each run
+///     --quick                   one short round
+///     --only=TEXT               rows whose name contains it; may be repeated
+///     --against=NAME=COMMAND    runs what `contender` names with that command too, which is this
+///                               program in another build: may be repeated
+///     --json=FILE               writes every run's figures to a file
+///
+/// Returns the exit status.
+int runContest(int argc, char** argv, const std::vector<Subject>& subjects,
+               const std::string& contender);
+
+}  // namespace plexa::bench
