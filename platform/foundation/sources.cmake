@@ -3,11 +3,10 @@ plexa_platform_part(foundation
     AHandler.cpp
     ALooper.cpp
     AMessage.cpp
-    LooperCore.cpp
+    IdleLoops.cpp
     LooperScheduler.cpp
     LooperThread.cpp
     MessageItems.cpp
     MessageQueue.cpp
     MessageText.cpp
-    ScheduledLoop.cpp
-    ServedTargets.cpp)
+    ScheduledLoop.cpp)

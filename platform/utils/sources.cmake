@@ -1,6 +1,6 @@
 plexa_platform_part(utils
-    BlockPool.cpp
     FaultInjection.cpp
+    Heap.cpp
     Log.cpp
     RefBase.cpp
     TraceSink.cpp)

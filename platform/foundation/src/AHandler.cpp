@@ -1,24 +1,17 @@
 // A handler's bond with its looper.
-#include "LooperCore.h"
+#include "Registration.h"
 
 #include <media/stagefright/foundation/AHandler.h>
 #include <media/stagefright/foundation/ALooper.h>
-
-#include <mutex>
-#include <utility>
 
 namespace android {
 
 AHandler::AHandler() = default;
 
-AHandler::~AHandler() {
-    if (mBond.registration != nullptr)
-        mBond.registration->core->takeHandler(mBond.registration->id);
-}
+AHandler::~AHandler() = default;
 
 AHandler::handler_id AHandler::id() const {
-    const std::lock_guard lock(mBond.lock);
-    return mBond.registration != nullptr ? mBond.registration->id : 0;
+    return mRegistration != nullptr ? mRegistration->id : 0;
 }
 
 sp<ALooper> AHandler::looper() const {
@@ -26,20 +19,7 @@ sp<ALooper> AHandler::looper() const {
 }
 
 wp<ALooper> AHandler::getLooper() const {
-    const std::lock_guard lock(mBond.lock);
-    return mBond.registration != nullptr ? mBond.registration->looper : nullptr;
-}
-
-sp<host::Registration> AHandler::registration() const {
-    const std::lock_guard lock(mBond.lock);
-    return mBond.registration;
-}
-
-bool AHandler::replaceRegistration(handler_id expected, sp<host::Registration> next) {
-    const std::lock_guard lock(mBond.lock);
-    if ((mBond.registration != nullptr ? mBond.registration->id : 0) != expected) return false;
-    mBond.registration.swap(next);
-    return true;
+    return mRegistration != nullptr ? mRegistration->looper : nullptr;
 }
 
 }  // namespace android

@@ -1,8 +1,8 @@
 // The looper: its driver's life and its handlers.
 #define LOG_TAG "ALooper"
 
-#include "LooperCore.h"
 #include "LooperThread.h"
+#include "Registration.h"
 #include "ScheduledLoop.h"
 
 #include <log/log.h>
@@ -10,18 +10,17 @@
 
 #include <atomic>
 #include <ctime>
-#include <utility>
 
 namespace android {
 
-ALooper::ALooper() : mCore(sp<host::LooperCore>::make()) {}
+ALooper::ALooper() : mQueue(sp<host::MessageQueue>::make()) {}
 
 ALooper::~ALooper() {
-    const auto handlers = mCore->takeHandlers();
-    for (size_t i = 0; i < handlers.size(); ++i)
-        unbind(handlers.valueAt(i), handlers.keyAt(i));
-    mCore->queue.close();
-    if (!finishDriver()) mCore->queue.drop();
+    mQueue->close();
+    mQueue->stop();
+    const bool dropsLater = isCurrent();
+    finishDriver();
+    if (!dropsLater) mQueue->drop();
 }
 
 void ALooper::setName(const char* name) {
@@ -30,90 +29,90 @@ void ALooper::setName(const char* name) {
 
 status_t ALooper::start(bool runOnCallingThread, bool /*canCallJava*/, int32_t priority) {
     if (isCurrent()) return INVALID_OPERATION;
-    std::unique_lock control(mControl);
-    if (isRunning()) return INVALID_OPERATION;
-    finishDriver();
-    if (mCore->queue.isClosed()) mCore->queue.reopen();
-
-    if (const auto loop = host::ScheduledLoop::attach(mCore)) {
-        setDriver(loop);
-        return OK;
+    sp<host::LooperThread> caller;
+    {
+        const Mutex::Autolock control(mControl);
+        if (isRunning()) return INVALID_OPERATION;
+        finishDriver();
+        mQueue->start();
+        if (const auto loop = host::ScheduledLoop::attach(mQueue)) {
+            setDriver(loop);
+            return OK;
+        }
+        const auto thread = sp<host::LooperThread>::make(mQueue, mName, priority);
+        setDriver(thread);
+        if (!runOnCallingThread) {
+            const status_t status = thread->start();
+            if (status != OK) setDriver(nullptr);
+            return status;
+        }
+        caller = thread;
     }
-    const auto thread = sp<host::LooperThread>::make(mCore, mName, priority);
-    setDriver(thread);
-    if (runOnCallingThread) {
-        control.unlock();
-        thread->run();
-        return OK;
-    }
-    const status_t status = thread->start();
-    if (status != OK) setDriver(nullptr);
-    return status;
+    caller->run();
+    return OK;
 }
 
 status_t ALooper::stop() {
     if (isCurrent()) {
         // The driver is finished by the next start(), stop() or the destructor.
-        mCore->queue.close();
+        mQueue->stop();
         return OK;
     }
-    const std::lock_guard control(mControl);
-    if (!hasDriver()) return INVALID_OPERATION;
-    mCore->queue.close();
+    const Mutex::Autolock control(mControl);
+    if (driver() == nullptr) return INVALID_OPERATION;
+    mQueue->stop();
     finishDriver();
     return OK;
 }
 
-bool ALooper::hasDriver() const {
-    const std::lock_guard lock(mLock);
-    return mDriver != nullptr;
+sp<host::LoopDriver> ALooper::driver() const {
+    const Mutex::Autolock lock(mLock);
+    return mDriver;
+}
+
+void ALooper::setDriver(const sp<host::LoopDriver>& driver) {
+    const Mutex::Autolock lock(mLock);
+    mDriver = driver;
 }
 
 bool ALooper::isRunning() const {
-    return hasDriver() && !mCore->queue.isClosed();
+    return driver() != nullptr && !mQueue->isStopped();
 }
 
 bool ALooper::isCurrent() const {
-    const std::lock_guard lock(mLock);
-    return mDriver != nullptr && mDriver->isCurrent();
+    const sp<host::LoopDriver> current = driver();
+    return current != nullptr && current->isCurrent();
 }
 
-sp<host::LoopDriver> ALooper::setDriver(sp<host::LoopDriver> driver) {
-    const std::lock_guard lock(mLock);
-    mDriver.swap(driver);
-    return driver;
-}
-
-bool ALooper::finishDriver() {
-    const sp<host::LoopDriver> driver = setDriver(nullptr);
-    if (driver == nullptr) return false;
-    driver->finish();
-    return true;
+// The driver stays known until it has finished: a message that it still runs must find itself.
+void ALooper::finishDriver() {
+    const sp<host::LoopDriver> last = driver();
+    if (last != nullptr) last->finish();
+    setDriver(nullptr);
 }
 
 ALooper::handler_id ALooper::registerHandler(const sp<AHandler>& handler) {
     static std::atomic<handler_id> lastId{0};
-    if (handler == nullptr) {
-        ALOGE("looper '%s' cannot register a null handler", mName.c_str());
-        return BAD_VALUE;
-    }
+    LOG_ALWAYS_FATAL_IF(handler == nullptr, "looper '%s' cannot register a null handler",
+                        mName.c_str());
+    LOG_ALWAYS_FATAL_IF(handler->id() != 0, "handler %d is registered already", handler->id());
     const handler_id id = ++lastId;
-    const auto bond = sp<host::Registration>::make(id, handler, this, mCore);
-    if (!handler->replaceRegistration(0, bond)) {
-        ALOGE("looper '%s' cannot register a handler that is registered already", mName.c_str());
-        return INVALID_OPERATION;
-    }
-    mCore->addHandler(id, handler);
+    handler->mRegistration = sp<host::Registration>::make(id, handler, this, mQueue);
+    const Mutex::Autolock lock(mLock);
+    mHandlers[id] = handler;
     return id;
 }
 
 void ALooper::unregisterHandler(handler_id id) {
-    unbind(mCore->takeHandler(id), id);
-}
-
-void ALooper::unbind(const wp<AHandler>& weak, handler_id id) {
-    const sp<AHandler> handler = weak.promote();
-    if (handler != nullptr) handler->replaceRegistration(id, nullptr);
+    wp<AHandler> weak;
+    {
+        const Mutex::Autolock lock(mLock);
+        const auto at = mHandlers.find(id);
+        if (at == mHandlers.end()) return;
+        weak = at->second;
+        mHandlers.erase(at);
+    }
+    if (const sp<AHandler> handler = weak.promote()) handler->mRegistration.clear();
 }
 
 int64_t ALooper::GetNowUs() {

@@ -1,13 +1,13 @@
 // Values, posting and delivery.
 #define LOG_TAG "AMessage"
 
-#include "LooperCore.h"
 #include "MessageText.h"
+#include "Registration.h"
 
 #include <log/log.h>
 #include <media/stagefright/foundation/AMessage.h>
 
-#include <utility>
+#include <string>
 
 namespace android {
 
@@ -17,12 +17,12 @@ AMessage::AMessage(uint32_t what, const sp<const AHandler>& handler)
     : AMessage(what, handler.get()) {}
 
 AMessage::AMessage(uint32_t what, const AHandler* handler)
-    : mWhat(what), mTarget(handler != nullptr ? handler->registration() : nullptr) {}
+    : mWhat(what), mTarget(handler != nullptr ? handler->mRegistration : nullptr) {}
 
 AMessage::~AMessage() = default;
 
 void AMessage::setTarget(const sp<const AHandler>& handler) {
-    mTarget = handler != nullptr ? handler->registration() : nullptr;
+    mTarget = handler != nullptr ? handler->mRegistration : nullptr;
 }
 
 bool AMessage::findRect(const char* name, int32_t* left, int32_t* top, int32_t* right,
@@ -37,13 +37,12 @@ bool AMessage::findRect(const char* name, int32_t* left, int32_t* top, int32_t* 
 }
 
 sp<AMessage> AMessage::dup() const {
-    sp<AMessage> copy = sp<AMessage>::make();
-    copy->mWhat = mWhat;
-    copy->mTarget = mTarget;
+    sp<AMessage> copy = new AMessage(mWhat, targetHandler());
     for (size_t i = 0; i < mItems.size(); ++i) {
         const auto& [name, value] = mItems[i];
-        const auto* nested = std::get_if<sp<AMessage>>(&value);
-        if (nested != nullptr && *nested != nullptr) {
+        if (const auto* nested = std::get_if<sp<AMessage>>(&value)) {
+            LOG_ALWAYS_FATAL_IF(*nested == nullptr, "dup() of a message whose '%s' is null",
+                                std::string(name.view()).c_str());
             copy->mItems.add(name, host::MessageValue((*nested)->dup()));
         } else {
             copy->mItems.add(name, value);
@@ -53,24 +52,27 @@ sp<AMessage> AMessage::dup() const {
 }
 
 status_t AMessage::post(int64_t delayUs) {
-    sp<AMessage> self(this);
-    if (mTarget != nullptr && mTarget->core->queue.push(self, delayUs)) return OK;
     if (mTarget == nullptr) {
         ALOGW("message '%s' dropped: its target has no looper", host::nameOf(mWhat).c_str());
-    } else {
-        ALOGW("message '%s' dropped: the looper of its target %d is gone or stopped",
-              host::nameOf(mWhat).c_str(), mTarget->id);
+        return NAME_NOT_FOUND;
     }
+    if (mTarget->queue->push(this, delayUs)) return OK;
+    ALOGW("message '%s' dropped: the looper of its target %d is gone", host::nameOf(mWhat).c_str(),
+          mTarget->id);
     return NAME_NOT_FOUND;
 }
 
-void AMessage::deliver(const sp<AMessage>& self, AHandler* handler) {
-    if (handler != nullptr) {
-        handler->onMessageReceived(self);
+void AMessage::deliver() {
+    if (const sp<AHandler> handler = targetHandler()) {
+        handler->onMessageReceived(this);
     } else {
         ALOGW("message '%s' dropped: its target %d is gone", host::nameOf(mWhat).c_str(),
-              mTarget->id);
+              mTarget != nullptr ? mTarget->id : 0);
     }
+}
+
+sp<AHandler> AMessage::targetHandler() const {
+    return mTarget != nullptr ? mTarget->handler.promote() : nullptr;
 }
 
 }  // namespace android

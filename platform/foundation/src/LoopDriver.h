@@ -5,13 +5,13 @@
 
 namespace android::host {
 
-// Runs the queue until that is closed, then drops what is left in it.
+// Runs the queue until that is stopped, then drops what is in it.
 // Threading: thread-safe.
 class LoopDriver : public RefBase {
 public:
     // Whether the caller is a message that this driver runs.
     virtual bool isCurrent() const = 0;
-    // Waits until the closed queue's last message is done and the rest is dropped. From within a
+    // Waits until the stopped queue's last message is done and the rest is dropped. From within a
     // message it does not wait; that then happens after the message.
     virtual void finish() = 0;
 };

@@ -5,8 +5,8 @@
 
 #include <host/FaultInjection.h>
 #include <log/log.h>
+#include <utils/Mutex.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <mutex>
@@ -21,9 +21,9 @@ namespace {
 
 constexpr size_t kKernelNameLength = 15;
 
-// Threads whose looper went inside one of their own messages: nobody is left to join them. Each
-// is joined when it has ended and another one comes, or at the end of the process; those that come
-// even later are left to the system. Never destroyed, for they may come at any time.
+// Threads whose looper went inside one of their own messages: nobody is left to join them. Those
+// that have ended are joined when the next one comes, the others at the end of the process. One
+// that comes even later is left to the system. Never destroyed, for it may come at any time.
 // Threading: thread-safe.
 class Orphans {
 public:
@@ -32,45 +32,36 @@ public:
         return *instance;
     }
 
-    void adopt(sp<LooperThread> thread) {
-        std::vector<sp<LooperThread>> ended;
-        const std::lock_guard lock(mLock);
+    void adopt(const sp<LooperThread>& thread) {
+        const Mutex::Autolock lock(mLock);
         if (mProcessEnds) return thread->detach();
-        const auto firstEnded = std::stable_partition(mThreads.begin(), mThreads.end(),
-                                                      [](const auto& t) { return !t->hasEnded(); });
-        std::move(firstEnded, mThreads.end(), std::back_inserter(ended));
-        mThreads.erase(firstEnded, mThreads.end());
-        mThreads.push_back(std::move(thread));
-        joinAll(ended);
+        std::erase_if(mThreads, [](const auto& other) { return other->joinIfEnded(); });
+        mThreads.push_back(thread);
     }
 
 private:
     Orphans() {
-        std::atexit([] { get().joinAtExit(); });
+        std::atexit([] {
+            for (const auto& thread : get().takeLast())
+                thread->join();
+        });
     }
 
-    void joinAtExit() {
-        std::unique_lock lock(mLock);
+    std::vector<sp<LooperThread>> takeLast() {
+        const Mutex::Autolock lock(mLock);
         mProcessEnds = true;
-        const std::vector<sp<LooperThread>> last = std::exchange(mThreads, {});
-        lock.unlock();
-        joinAll(last);
+        return std::exchange(mThreads, {});
     }
 
-    static void joinAll(const std::vector<sp<LooperThread>>& threads) {
-        for (const auto& thread : threads)
-            thread->join();
-    }
-
-    std::mutex mLock;
-    bool mProcessEnds = false;               // guarded by mLock
-    std::vector<sp<LooperThread>> mThreads;  // guarded by mLock
+    Mutex mLock;
+    bool mProcessEnds GUARDED_BY(mLock) = false;
+    std::vector<sp<LooperThread>> mThreads GUARDED_BY(mLock);
 };
 
 }  // namespace
 
-LooperThread::LooperThread(const sp<LooperCore>& core, const std::string& name, int32_t priority)
-    : mCore(core), mName(name, 0, kKernelNameLength), mPriority(priority) {}
+LooperThread::LooperThread(const sp<MessageQueue>& queue, const std::string& name, int32_t priority)
+    : mQueue(queue), mName(name, 0, kKernelNameLength), mPriority(priority) {}
 
 status_t LooperThread::start() {
     incStrong(this);  // the thread's own reference
@@ -104,11 +95,10 @@ void LooperThread::applyNameAndPriority() const {
 
 void LooperThread::run() {
     mRunner.store(pthread_self());
-    MessageQueue& queue = mCore->queue;
-    while (!queue.isClosed()) {
-        if (!queue.handleNext()) queue.waitUntil(queue.nextDueUs());
+    while (!mQueue->isStopped()) {
+        if (!mQueue->handleNext()) mQueue->wait();
     }
-    queue.drop();
+    mQueue->drop();
     mRunner.store(pthread_t{});
     mEnded.store(true);
     mEnded.notify_all();
@@ -124,6 +114,12 @@ void LooperThread::finish() {
     } else if (mOwnThread) {
         Orphans::get().adopt(this);
     }
+}
+
+bool LooperThread::joinIfEnded() {
+    if (!mEnded.load()) return false;
+    join();
+    return true;
 }
 
 void LooperThread::detach() {

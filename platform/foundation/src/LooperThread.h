@@ -2,7 +2,7 @@
 #pragma once
 
 #include "LoopDriver.h"
-#include "LooperCore.h"
+#include "MessageQueue.h"
 
 #include <utils/Errors.h>
 
@@ -16,17 +16,17 @@ namespace android::host {
 // Threading: thread-safe.
 class LooperThread : public LoopDriver {
 public:
-    LooperThread(const sp<LooperCore>& core, const std::string& name, int32_t priority);
+    LooperThread(const sp<MessageQueue>& queue, const std::string& name, int32_t priority);
 
     // Runs the queue on a new thread: OK, or UNKNOWN_ERROR when there is none to be had.
     status_t start();
     // Runs the queue inside the call, on the calling thread as it is.
     void run();
-    // Whether the loop is over and its queue dropped.
-    bool hasEnded() const { return mEnded.load(); }
     // Waits for the end, or leaves the thread to end by itself; one of them, once only.
     void join();
     void detach();
+    // Joins a thread whose loop is over; false, and nothing is done, while it is not.
+    bool joinIfEnded();
 
     bool isCurrent() const override;
     void finish() override;
@@ -38,7 +38,7 @@ private:
     static void* threadMain(void* self);
     void applyNameAndPriority() const;
 
-    const sp<LooperCore> mCore;
+    const sp<MessageQueue> mQueue;
     const std::string mName;
     const int32_t mPriority;
     pthread_t mThread{};

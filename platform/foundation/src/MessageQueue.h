@@ -1,89 +1,80 @@
-// MessageQueue: the messages of one looper, posted from any thread, taken by one.
+// MessageQueue: the messages of one looper, posted from any thread, handled on one.
 #pragma once
 
-#include "IdleYield.h"
-#include "ServedTargets.h"
-
-#include <host/QueueLink.h>
 #include <media/stagefright/foundation/AMessage.h>
+#include <utils/Condition.h>
+#include <utils/LightRefBase.h>
+#include <utils/Mutex.h>
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <limits>
+#include <map>
 #include <vector>
 
 namespace android::host {
 
-// Producers push onto a stack with one compare-and-swap; the consumer takes the whole stack at
-// once, so no node comes back while a producer looks at it, and turns it over into posting order.
-// Delayed messages wait in a heap that only the consumer touches. The top of the stack also says
-// that the consumer sleeps or that the queue is closed: a push to an awake consumer makes no
-// system call and takes no lock.
-// Threading: push() and close() are thread-safe. The rest is the consumer's, which may pass from
-// one thread to another if one happens before the other.
-class MessageQueue {
+// Posters append to one list while the consumer works through another; the consumer swaps the two
+// when its own is empty, so it takes the lock once per batch and neither list gives up its memory.
+// Delayed messages wait in a map by due time.
+//
+// A message is due when it is posted, or when its delay is over; of two that are due at one time
+// the one posted first goes first. Reading the clock costs as much as the rest of a push, so an
+// undelayed message carries its time only if others were delayed when it was posted: without them
+// everything delayed is posted, and so due, later.
+//
+// Stopped from the start, until start(). A stopped queue still takes messages; a closed one does
+// not. Shared by the looper, its thread and the registrations of its handlers.
+// Threading: push(), start(), stop() and close() are thread-safe. The rest is the consumer's, which
+// may pass from one thread to another if one happens before the other.
+class MessageQueue : public LightRefBase<MessageQueue> {
 public:
     static constexpr int64_t kNever = std::numeric_limits<int64_t>::max();
 
-    MessageQueue() = default;
-    ~MessageQueue();
-    MessageQueue(const MessageQueue&) = delete;
-    MessageQueue& operator=(const MessageQueue&) = delete;
+    // False, and nothing is kept, once the queue is closed.
+    bool push(const sp<AMessage>& message, int64_t delayUs) EXCLUDES(mLock);
+    void start() { mStopped.store(false); }
+    // No message is handed out until start(); wakes the consumer.
+    void stop() EXCLUDES(mLock);
+    bool isStopped() const { return mStopped.load(); }
+    // Refuses messages from here on.
+    void close() EXCLUDES(mLock);
 
-    // Takes the message over; false, and the message stays, when the queue is closed. Once the
-    // message is taken the queue may be gone at any time, if only the message kept it.
-    bool push(sp<AMessage>& message, int64_t delayUs);
-    // No message is taken in or handed out from here on; wakes the consumer.
-    void close();
-
-    bool isClosed() const { return mClosed.load(std::memory_order_acquire); }
-    // Has the next message handled; false if none is due. A handler that others hold too stays held
-    // until none is due, or until endRun().
+    // Has the next message handled; false if none is due or the queue is stopped.
     bool handleNext();
-    void endRun() { mServed.letGo(); }
     // When the next message is due: 0 for at once, kNever for none.
-    int64_t nextDueUs();
-    // Sleeps until a push, close(), or the given time; may also return without a reason.
-    void waitUntil(int64_t dueUs);
-    // Destroys what the closed queue holds.
-    void drop();
-    // Lets the closed and dropped queue take messages again.
-    void reopen();
+    int64_t nextDueUs() EXCLUDES(mLock);
+    // Sleeps until a message is due or the queue is stopped; may also return without a reason.
+    void wait() EXCLUDES(mLock);
+    // Destroys what the queue holds.
+    void drop() EXCLUDES(mLock);
 
 private:
-    using Node = QueueLink;
+    struct Posted {
+        sp<AMessage> message;
+        int64_t timeUs;  // 0: posted while nothing was delayed
+    };
 
-    static Node* sleeping() { return reinterpret_cast<Node*>(1); }
-    static Node* closed() { return reinterpret_cast<Node*>(2); }
-    static bool isLater(const Node* a, const Node* b);
+    sp<AMessage> take() EXCLUDES(mLock);
+    sp<AMessage> takeNextOfBatch() { return std::move(mBatch[mNext++].message); }
+    bool isBatchDone() const { return mNext == mBatch.size(); }
+    void swapBatch() REQUIRES(mLock);
+    int64_t firstDelayedUs() const REQUIRES(mLock);
 
-    // The message's own, or another one while that is taken.
-    static Node* takeLink(AMessage& message);
-    // The message of the node, whose link is free again.
-    static sp<AMessage> unlink(Node* node);
-    int64_t dueTime(int64_t delayUs);
-    bool pushNode(Node* node);
-    void collect();
-    void addAll(Node* newestFirst);
-    void add(Node* node);
-    bool isHeapFirst() const;
-    sp<AMessage> take();
-    Node* popFront();
-    Node* popHeap();
+    Mutex mLock;
+    Condition mWake;
+    std::vector<Posted> mPosted GUARDED_BY(mLock);  // undelayed, in posting order
+    std::multimap<int64_t, sp<AMessage>> mDelayed GUARDED_BY(mLock);
+    bool mSleeping GUARDED_BY(mLock) = false;
+    bool mClosed GUARDED_BY(mLock) = false;
+    // Whether mPosted holds anything, for a consumer that gives way before it takes the lock.
+    std::atomic<bool> mHasPosted{false};
+    std::atomic<bool> mStopped{true};
 
-    // Contended: the newest message, or a mark.
-    alignas(64) std::atomic<Node*> mTop{nullptr};
-    // Delayed messages not handled yet. While there are any, a push notes its time.
-    std::atomic<uint32_t> mDelayed{0};
-
-    alignas(64) std::atomic<bool> mClosed{false};
-    Node* mLeft = nullptr;   // what close() found, until drop()
-    Node* mFront = nullptr;  // undelayed messages in posting order
-    Node* mBack = nullptr;
-    std::vector<Node*> mHeap;  // delayed messages, the earliest first
-    uint64_t mOrder = 0;
-    ServedTargets mServed;
-    IdleYield mIdleYield;
+    // The consumer's.
+    std::vector<Posted> mBatch;
+    size_t mNext = 0;  // the first of mBatch that is not taken yet
 };
 
 }  // namespace android::host

@@ -1,7 +1,7 @@
 // Messages in readable form.
 #include "MessageText.h"
 
-#include "LooperCore.h"
+#include "Registration.h"
 
 #include <media/stagefright/foundation/ABuffer.h>
 #include <media/stagefright/foundation/AMessage.h>

@@ -13,28 +13,30 @@ std::optional<int64_t> ScheduledLoop::virtualNowUs() {
     return loops->nowUs.load(std::memory_order_relaxed);
 }
 
-sp<ScheduledLoop> ScheduledLoop::attach(const sp<LooperCore>& core) {
+sp<ScheduledLoop> ScheduledLoop::attach(const sp<MessageQueue>& queue) {
     ScheduledLoops* loops = ScheduledLoops::installed.load(std::memory_order_acquire);
     if (loops == nullptr) return nullptr;
-    auto loop = sp<ScheduledLoop>::make(core, loops);
+    auto loop = sp<ScheduledLoop>::make(queue, loops);
     loops->loops.push_back(loop.get());
     return loop;
 }
 
-ScheduledLoop::ScheduledLoop(const sp<LooperCore>& core, ScheduledLoops* loops)
-    : mCore(core), mLoops(loops) {}
+ScheduledLoop::ScheduledLoop(const sp<MessageQueue>& queue, ScheduledLoops* loops)
+    : mQueue(queue), mLoops(loops) {}
 
 void ScheduledLoop::handleNext() {
     mLoops->current = this;
-    mCore->queue.handleNext();
-    mCore->queue.endRun();
+    mQueue->handleNext();
     mLoops->current = nullptr;
-    if (mCore->queue.isClosed()) mCore->queue.drop();
+    if (mQueue->isStopped()) end();
 }
 
 void ScheduledLoop::finish() {
-    std::erase(mLoops->loops, this);
-    if (!isCurrent()) mCore->queue.drop();
+    if (!isCurrent()) end();
+}
+
+void ScheduledLoop::end() {
+    if (std::erase(mLoops->loops, this) > 0) mQueue->drop();
 }
 
 }  // namespace android::host

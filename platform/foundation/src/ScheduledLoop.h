@@ -2,7 +2,7 @@
 #pragma once
 
 #include "LoopDriver.h"
-#include "LooperCore.h"
+#include "MessageQueue.h"
 
 #include <utils/LightRefBase.h>
 
@@ -35,11 +35,11 @@ public:
     // The scheduler's time, nothing when no scheduler is installed.
     static std::optional<int64_t> virtualNowUs();
     // A driver for the queue, null when no scheduler is installed.
-    static sp<ScheduledLoop> attach(const sp<LooperCore>& core);
+    static sp<ScheduledLoop> attach(const sp<MessageQueue>& queue);
 
-    ScheduledLoop(const sp<LooperCore>& core, ScheduledLoops* loops);
+    ScheduledLoop(const sp<MessageQueue>& queue, ScheduledLoops* loops);
 
-    int64_t nextDueUs() { return mCore->queue.nextDueUs(); }
+    int64_t nextDueUs() { return mQueue->nextDueUs(); }
     void handleNext();
 
     bool isCurrent() const override { return mLoops->current == this; }
@@ -49,7 +49,9 @@ protected:
     ~ScheduledLoop() override = default;
 
 private:
-    const sp<LooperCore> mCore;
+    void end();
+
+    const sp<MessageQueue> mQueue;
     const sp<ScheduledLoops> mLoops;
 };
 

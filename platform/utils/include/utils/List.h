@@ -1,7 +1,7 @@
-// List<T>: a doubly linked list whose nodes are recycled.
+// List<T>: a doubly linked list.
 #pragma once
 
-#include <host/BlockPool.h>
+#include <host/Heap.h>
 
 #include <list>
 
@@ -10,8 +10,8 @@ namespace android {
 // Iterators stay valid until their own element is erased; insert() puts before its iterator.
 // Threading: reentrant.
 template <typename T>
-class List : private std::list<T, host::PoolAllocator<T>> {
-    using Base = std::list<T, host::PoolAllocator<T>>;
+class List : private std::list<T, host::HeapAllocator<T>> {
+    using Base = std::list<T, host::HeapAllocator<T>>;
 
 public:
     using typename Base::const_iterator;

@@ -1,6 +1,7 @@
 // RefBase: the base of everything that is held through sp<> and wp<>.
 #pragma once
 
+#include <host/Heap.h>
 #include <utils/LightRefBase.h>
 #include <utils/StrongPointer.h>
 
@@ -14,7 +15,7 @@ namespace android {
 // An object with a strong and a weak count. It is destroyed when its last strong reference goes,
 // on the thread that dropped it; its counts live on in a block of their own until the last weak
 // reference is gone. An object that nobody ever held may be destroyed by its creator.
-// Objects of up to BlockPool::kMaxBytes, and all count blocks, come from BlockPool.
+// Objects and their counts come from host::Heap.
 // Threading: the counts are thread-safe and lock-free.
 class RefBase {
 public:
@@ -34,10 +35,9 @@ public:
         friend class RefBase;
         explicit weakref_type(RefBase* base) : mBase(base) {}
         uint32_t addStrong();
-        bool revive(const void* id);
         void onLastWeak(const void* id);
-        static void* operator new(size_t bytes);
-        static void operator delete(void* block, size_t bytes);
+        static void* operator new(size_t bytes) { return host::Heap::allocate(bytes); }
+        static void operator delete(void* counts) { host::Heap::free(counts); }
 
         std::atomic<uint64_t> mCounts{kWeakOne + kNeverHeld};
         RefBase* const mBase;
@@ -49,21 +49,26 @@ public:
 
     void incStrong(const void* id) const;
     void decStrong(const void* id) const;
-    // Other threads may change it at any time, but for a holder who sees 1: nobody else has the
-    // object, and what others did with it before they let go is visible.
+    // For logs and tests: other threads may change it at any time, and it orders nothing.
     int32_t getStrongCount() const;
     // A new weak reference, which the caller gives back with decWeak().
     weakref_type* createWeak(const void* id) const;
     // The counts without a new reference; valid while the caller holds the object.
     weakref_type* getWeakRefs() const { return mRefs; }
 
-    static void* operator new(size_t bytes);
-    static void* operator new(size_t bytes, const std::nothrow_t& tag) noexcept;
-    static void* operator new(size_t bytes, std::align_val_t alignment);
+    static void* operator new(size_t bytes) { return host::Heap::allocate(bytes); }
+    static void* operator new(size_t bytes, std::align_val_t alignment) {
+        return host::Heap::allocate(bytes, static_cast<size_t>(alignment));
+    }
+    static void* operator new(size_t bytes, const std::nothrow_t&) noexcept {
+        return host::Heap::tryAllocate(bytes, alignof(std::max_align_t));
+    }
+    static void* operator new(size_t bytes, std::align_val_t alignment,
+                              const std::nothrow_t&) noexcept {
+        return host::Heap::tryAllocate(bytes, static_cast<size_t>(alignment));
+    }
     static void* operator new(size_t, void* place) noexcept { return place; }
-    static void operator delete(void* object, size_t bytes);
-    static void operator delete(void* object, size_t bytes, std::align_val_t alignment);
-    static void operator delete(void*, void*) noexcept {}
+    static void operator delete(void* object) { host::Heap::free(object); }
 
 protected:
     enum { OBJECT_LIFETIME_STRONG = 0x0000, OBJECT_LIFETIME_WEAK = 0x0001 };
@@ -82,8 +87,8 @@ protected:
     virtual void onLastWeakRef(const void* id);
 
 private:
-    // One 64-bit word holds both counts: weak in the upper half, strong in the lower. An object
-    // that is held by nobody else is thus recognised with one load.
+    // One 64-bit word holds both counts, weak in the upper half, strong in the lower, so that the
+    // weak share of the strong holders costs no operation of its own.
     static constexpr uint64_t kWeakOne = uint64_t{1} << 32;
     // The strong count until the first strong reference is taken.
     static constexpr uint32_t kNeverHeld = 1U << 28;
@@ -91,29 +96,23 @@ private:
     static uint32_t strongOf(uint64_t counts) { return static_cast<uint32_t>(counts); }
     static uint32_t weakOf(uint64_t counts) { return static_cast<uint32_t>(counts >> 32); }
     void onFirstStrong() const;
-    void onStrongAfterLast() const;
     void onLastStrong(const void* id) const;
 
     weakref_type* const mRefs;
 };
 
+// Relaxed: whoever takes a further reference has one already, and with it sees the object.
 inline void RefBase::incStrong(const void*) const {
-    std::atomic<uint64_t>& counts = mRefs->mCounts;
-    if (strongOf(counts.load(std::memory_order_relaxed)) == kNeverHeld) [[unlikely]] {
-        onFirstStrong();
-    } else if (strongOf(counts.fetch_add(1, std::memory_order_relaxed)) == 0) [[unlikely]] {
-        onStrongAfterLast();
-    }
+    const uint32_t before = strongOf(mRefs->mCounts.load(std::memory_order_relaxed));
+    if (before == 0 || before == kNeverHeld) [[unlikely]]
+        return onFirstStrong();
+    mRefs->mCounts.fetch_add(1, std::memory_order_relaxed);
 }
 
+// Release and acquire pair with each other among the holders: what each did with the object
+// happens before the last one destroys it.
 inline void RefBase::decStrong(const void* id) const {
-    std::atomic<uint64_t>& counts = mRefs->mCounts;
-    if (counts.load(std::memory_order_acquire) == kWeakOne + 1) {
-        counts.store(kWeakOne, std::memory_order_relaxed);
-    } else if (strongOf(counts.fetch_sub(1, std::memory_order_acq_rel)) != 1) {
-        return;
-    }
-    onLastStrong(id);
+    if (strongOf(mRefs->mCounts.fetch_sub(1, std::memory_order_acq_rel)) == 1) onLastStrong(id);
 }
 
 inline RefBase::weakref_type* RefBase::createWeak(const void* id) const {
@@ -121,10 +120,12 @@ inline RefBase::weakref_type* RefBase::createWeak(const void* id) const {
     return mRefs;
 }
 
+// As incStrong().
 inline void RefBase::weakref_type::incWeak(const void*) {
     mCounts.fetch_add(kWeakOne, std::memory_order_relaxed);
 }
 
+// As decStrong(), for the counts and an object of extended lifetime.
 inline void RefBase::weakref_type::decWeak(const void* id) {
     if (weakOf(mCounts.fetch_sub(kWeakOne, std::memory_order_acq_rel)) == 1) onLastWeak(id);
 }

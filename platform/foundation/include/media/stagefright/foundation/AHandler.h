@@ -1,7 +1,6 @@
 // AHandler: receives messages on the thread of the looper it is registered with.
 #pragma once
 
-#include <host/SpinLock.h>
 #include <utils/RefBase.h>
 
 #include <cstdint>
@@ -17,14 +16,17 @@ class Registration;
 
 // Derive and override onMessageReceived(). The handler must be registered with a looper before
 // messages are made for it; messages hold it weakly, so it may go at any time, on any thread.
-// Threading: the accessors are thread-safe; onMessageReceived() is loop-bound.
+// Threading: onMessageReceived() is loop-bound. The rest is reentrant: registering and
+// unregistering a handler, reading its id or looper, and making or copying a message for it need a
+// common lock when they come from several threads. Posting needs none.
 class AHandler : public RefBase {
 public:
     using handler_id = int32_t;
 
     AHandler();
 
-    // The number that the looper gave it; 0 while it is not registered. Never used twice.
+    // The number that the looper gave it, also once that is gone; 0 while it is not registered.
+    // Never used twice.
     handler_id id() const;
     // The looper it is registered with; null while there is none or once that is gone.
     sp<ALooper> looper() const;
@@ -40,16 +42,7 @@ private:
     friend class ALooper;
     friend class AMessage;
 
-    sp<host::Registration> registration() const;
-    // Replaces the registration of that id (0: none); false if it has another one by now.
-    bool replaceRegistration(handler_id expected, sp<host::Registration> next);
-
-    // Every message made for the handler writes here: kept off the lines that its own thread reads.
-    struct alignas(64) Bond {
-        mutable host::SpinLock lock;
-        sp<host::Registration> registration;  // guarded by lock
-    };
-    Bond mBond;
+    sp<host::Registration> mRegistration;
 };
 
 }  // namespace android

@@ -3,25 +3,25 @@
 
 #include <media/stagefright/foundation/AHandler.h>
 #include <utils/Errors.h>
+#include <utils/Mutex.h>
 #include <utils/RefBase.h>
 
 #include <cstdint>
-#include <mutex>
+#include <map>
 #include <string>
 
 namespace android {
 
 namespace host {
 class LoopDriver;
-class LooperCore;
+class MessageQueue;
 }  // namespace host
 
 // Handles messages by due time, then in posting order, never from within post(). Messages posted
-// before start() wait for it. stop() drops what is left, after the message that is being handled;
-// dropped messages are destroyed on the looper's thread. A message posted to a stopped looper is
-// dropped with a warning; start() opens the looper again.
-// The thread lives on what it shares with the looper, not on the looper itself: the last reference
-// to the looper may go anywhere, also inside a message that it handles, and stops it.
+// while it does not run wait for start(). stop() drops what is queued, after the message that is
+// being handled; dropped messages are destroyed on the looper's thread.
+// The thread keeps the queue, not the looper: the last reference to the looper may go anywhere,
+// also inside a message that it handles, and stops it.
 // Threading: thread-safe. stop() waits for the message being handled, except on the looper's own
 // thread; a lock that the handler takes must not be held while calling it.
 class ALooper : public RefBase {
@@ -48,11 +48,11 @@ public:
     // INVALID_OPERATION when it was not running.
     status_t stop();
 
-    // Binds the handler to this looper: its id, above 0; BAD_VALUE for null, INVALID_OPERATION for
-    // one that is registered already. The looper does not keep the handler alive, and lets go of it
-    // when it goes itself.
+    // Binds the handler to this looper: its id, above 0. A null handler, or one that has not been
+    // unregistered since it was registered last, stops the process. The looper does not keep the
+    // handler alive.
     handler_id registerHandler(const sp<AHandler>& handler);
-    // Unbinds it; an unknown id is let pass. Messages already made for it still reach it.
+    // Unbinds it; an unknown id is ignored. Messages already made for it still reach it.
     void unregisterHandler(handler_id id);
 
     // Monotonic time in microseconds; a test's scheduler may replace the clock.
@@ -62,20 +62,19 @@ protected:
     ~ALooper() override;
 
 private:
-    bool hasDriver() const;
+    sp<host::LoopDriver> driver() const;
+    void setDriver(const sp<host::LoopDriver>& driver);
     bool isRunning() const;
     // Whether the caller is a message of this looper.
     bool isCurrent() const;
-    // The driver before.
-    sp<host::LoopDriver> setDriver(sp<host::LoopDriver> driver);
-    bool finishDriver();
-    static void unbind(const wp<AHandler>& weak, handler_id id);
+    void finishDriver();
 
     std::string mName;
-    const sp<host::LooperCore> mCore;
-    std::mutex mControl;  // start and stop, one at a time; never taken inside a message
-    mutable std::mutex mLock;
-    sp<host::LoopDriver> mDriver;  // guarded by mLock
+    const sp<host::MessageQueue> mQueue;
+    Mutex mControl;  // start and stop, one at a time; never taken inside a message of this looper
+    mutable Mutex mLock;
+    sp<host::LoopDriver> mDriver GUARDED_BY(mLock);  // until it has finished
+    std::map<handler_id, wp<AHandler>> mHandlers GUARDED_BY(mLock);
 };
 
 }  // namespace android

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <host/MessageItems.h>
-#include <host/QueueLink.h>
 #include <media/stagefright/foundation/ABuffer.h>
 #include <media/stagefright/foundation/AHandler.h>
 #include <utils/Errors.h>
@@ -25,7 +24,7 @@ class MessageQueue;
 // type, and leaves its result alone. Objects, buffers and messages may be null: such a name is
 // there and found, with null. A handful of names with their values live inside the message.
 // The target is bound when it is set: to the looper that the handler is registered with then. It
-// is held weakly.
+// is held weakly. Setting it reads the handler's registration without a lock.
 // Threading: reentrant. Once posted, a message belongs to its handler.
 class AMessage : public RefBase {
 public:
@@ -64,12 +63,13 @@ public:
     // Removes every value; what and target stay.
     void clear() { mItems.clear(); }
 
-    // A copy with the same what and target: messages inside are copied too, objects and buffers
-    // are shared.
+    // A copy with the same what and values: messages inside are copied too, and must not be null;
+    // objects and buffers are shared. Its target is the same handler, bound anew.
     sp<AMessage> dup() const;
 
     // Hands the message to its target's looper, to be handled after `delayUs` microseconds (below
-    // 0 counts as 0). Without a looper that takes messages: a warning, and NAME_NOT_FOUND.
+    // 0 counts as 0). OK also when the looper is not running. Without a target, or when its looper
+    // is gone: a warning, and NAME_NOT_FOUND.
     status_t post(int64_t delayUs = 0);
 
     // The message in readable lines, each indented by `indent` blanks; what is shown as four
@@ -81,8 +81,9 @@ protected:
 
 private:
     friend class host::MessageQueue;
-    // The handler is null when it is gone.
-    void deliver(const sp<AMessage>& self, AHandler* handler);
+    void deliver();
+    // Null once the handler is gone.
+    sp<AHandler> targetHandler() const;
 
     template <typename T>
     bool find(const char* name, T* value) const {
@@ -94,7 +95,6 @@ private:
 
     uint32_t mWhat = 0;
     sp<host::Registration> mTarget;
-    host::QueueLink mLink;
     host::MessageItems mItems;
 };
 
