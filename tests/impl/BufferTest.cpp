@@ -205,6 +205,13 @@ TEST_F(BufferTest, TellsWhenALockFails) {
                      "lock() lockYCbCr failed err"},
           {APipeBuffer::Rgba8888, HAL_PIXEL_FORMAT_RGBA_8888, "APipeBufferRgba8888",
            "lock() lock failed err"}}) {
+        // The allocator's stride makes more of so many rows than a size can say.
+        const auto tall =
+            APipeBufferFactory::Create(format, kWidth, kHeight, allocate(pixels), nullptr,
+                                       APipeBuffer::GraphicMemory, 1, 1 << 27);
+        EXPECT_EQ(tall->init(), UNKNOWN_ERROR);
+        EXPECT_EQ(tall->lock(), UNKNOWN_ERROR);
+        EXPECT_EQ(host::graphicsCounts().locks, 0);
         const auto buffer = wrap(format, APipeBuffer::GraphicMemory, allocate(pixels));
         host::FaultInjection::failNth(host::Fault::GraphicsLock, 1);
         EXPECT_EQ(buffer->init(), UNKNOWN_ERROR);

@@ -162,10 +162,13 @@ bool APipeBuffer::lockIsSettled(const char* tag, status_t* status) const {
 }
 
 status_t APipeBuffer::adoptStride(int32_t stride) {
-    if (stride == mStride) return OK;
-    mStride = stride;
-    mSize = frameSize();
-    return mSize < 0 ? UNKNOWN_ERROR : OK;
+    if (stride != mStride) {
+        mStride = stride;
+        mSize = frameSize();
+    }
+    if (mSize >= 0) return OK;
+    unlock();
+    return UNKNOWN_ERROR;
 }
 
 bool APipeBuffer::initIsDone(const char* tag) const {

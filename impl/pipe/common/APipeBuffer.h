@@ -134,7 +134,8 @@ protected:
 
     /// True when lock() is over before the mapper is asked; then status is its result.
     bool lockIsSettled(const char* tag, status_t* status) const;
-    /// Takes the allocator's stride and the size that follows; UNKNOWN_ERROR when there is none.
+    /// Takes the allocator's stride and the size that follows; UNKNOWN_ERROR, and unlocked, when
+    /// there is none.
     status_t adoptStride(int32_t stride);
 
     int32_t mWidth;
