@@ -81,9 +81,11 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
                 pool->flush();
                 break;
             case 8:
-                // A holder may do to the metadata what it likes, and drop the buffer.
-                if (const auto buffer = holders.letGo(data))
+                // A holder may do to the metadata what it likes, and return or drop the buffer.
+                if (const auto buffer = holders.letGo(data)) {
                     plexa::addHostileEntries(data, buffer->getMeta());
+                    if (data.ConsumeBool()) pool->returnBuffer(buffer);
+                }
                 break;
             default:
                 if (data.ConsumeBool()) init(data, pool);

@@ -43,12 +43,12 @@ APipeBuffer::APipeBuffer(ColorFormat colorFormat, int32_t width, int32_t height,
       mGraphicBuffer(graphicBuffer),
       mMemory(memory),
       mMeta(new AMessage()),
-      mColorFormat(colorFormat) {}
+      mColorFormat(colorFormat) {
+    extendObjectLifetime(OBJECT_LIFETIME_WEAK);
+}
 
 APipeBuffer::~APipeBuffer() {
-    if (!mInitialized || mMemoryType != GraphicMemory) return;
-    unMap();
-    unlock();
+    freeMemory();
 }
 
 status_t APipeBuffer::init() {
@@ -169,6 +169,47 @@ status_t APipeBuffer::adoptStride(int32_t stride) {
     if (mSize >= 0) return OK;
     unlock();
     return UNKNOWN_ERROR;
+}
+
+// The object is there as long as the weak reference is.
+sp<APipeBuffer> APipeBuffer::regain(const wp<APipeBuffer>& awaited) {
+    std::atomic<Holding>& holding = awaited.unsafe_get()->mHolding;
+    // Pairs with the release in onLastStrongRef().
+    if (holding.load(std::memory_order_acquire) != Holding::LetGo) return nullptr;
+    holding.store(Holding::Regained, std::memory_order_relaxed);
+    sp<APipeBuffer> buffer = awaited.promote();
+    holding.store(Holding::Held, std::memory_order_relaxed);
+    return buffer;
+}
+
+void APipeBuffer::forgo(const wp<APipeBuffer>& awaited) {
+    Holding expected = Holding::Awaited;
+    const bool isHeld = awaited.unsafe_get()->mHolding.compare_exchange_strong(
+        expected, Holding::Held, std::memory_order_relaxed);
+    // To let go of it once more frees it.
+    if (!isHeld) regain(awaited);
+}
+
+void APipeBuffer::onLastStrongRef(const void*) {
+    Holding expected = Holding::Awaited;
+    if (!mHolding.compare_exchange_strong(expected, Holding::LetGo, std::memory_order_release)) {
+        freeMemory();
+    }
+}
+
+bool APipeBuffer::onIncStrongAttempted(uint32_t, const void*) {
+    return mHolding.load(std::memory_order_relaxed) == Holding::Regained;
+}
+
+void APipeBuffer::freeMemory() {
+    if (mInitialized && mMemoryType == GraphicMemory) {
+        unMap();
+        unlock();
+    }
+    mInitialized = false;
+    mLocalBuffer.clear();
+    mMemory.clear();
+    mGraphicBuffer.clear();
 }
 
 bool APipeBuffer::initIsDone(const char* tag) const {

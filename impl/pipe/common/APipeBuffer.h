@@ -9,6 +9,7 @@
 #include <utils/RefBase.h>
 #include <utils/StrongPointer.h>
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 
@@ -21,8 +22,9 @@ namespace android {
 ///
 /// The buffer owns the heap memory that init() allocates and shares a graphics buffer or memory
 /// region with whoever passed it. Make one with APipeBufferFactory::Create, then init() it; before
-/// that succeeds there are no plane addresses and nothing can be mapped. The last reference frees
-/// it, unmapped and unlocked.
+/// that succeeds there are no plane addresses and nothing can be mapped. The last strong reference
+/// frees its memory, unmapped and unlocked. A weak one keeps no more than the object and its
+/// metadata, and cannot be promoted any more.
 ///
 /// Sizes are in pixels, rows and bytes; -1 is a value that only the graphics allocator knows.
 /// Operations return 0, or UNKNOWN_ERROR after an error log that says why.
@@ -159,6 +161,20 @@ protected:
 
 private:
     friend class APipe;
+    friend class APipeBufferPool;
+
+    // For a pool that wants a buffer back once nobody holds it. It awaits the buffer, keeps a weak
+    // reference and drops its strong one, so that the last strong one to go is a holder's.
+    enum class Holding { Held, Awaited, LetGo, Regained };
+    void await() { mHolding.store(Holding::Awaited, std::memory_order_relaxed); }
+    // The awaited buffer once all have let go of it, null until then. What they did with it is over
+    // and visible.
+    static sp<APipeBuffer> regain(const wp<APipeBuffer>& awaited);
+    // Awaits it no more: its memory goes with its last holder.
+    static void forgo(const wp<APipeBuffer>& awaited);
+    void onLastStrongRef(const void* id) override;
+    bool onIncStrongAttempted(uint32_t flags, const void* id) override;
+    void freeMemory();
 
     // The reply that a stage gave the buffer last, for the next time that it hands the buffer out.
     struct Reply {
@@ -167,6 +183,7 @@ private:
         int32_t generation = 0;
     };
     Reply mReply;
+    std::atomic<Holding> mHolding = Holding::Held;
 
     bool initIsDone(const char* tag) const;
     int32_t frameSize() const;

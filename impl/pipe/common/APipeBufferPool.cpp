@@ -5,7 +5,6 @@
 
 #include <hardware/gralloc.h>
 #include <log/log.h>
-#include <media/stagefright/foundation/ADebug.h>
 #include <system/graphics.h>
 
 #include <utility>
@@ -40,18 +39,11 @@ GraphicKind graphicKind(APipeBuffer::ColorFormat colorFormat) {
     }
 }
 
-// The pool has written the id of every buffer that it holds back.
-int32_t idOf(const sp<APipeBuffer>& buffer) {
-    int32_t id = 0;
-    CHECK(buffer->getMeta()->findInt32("id", &id));
-    return id;
-}
-
-template <typename Key>
-sp<APipeBuffer> takeAt(KeyedVector<Key, sp<APipeBuffer>>& list, size_t index) {
-    sp<APipeBuffer> buffer = std::move(list.editValueAt(index));
+template <typename Key, typename Value>
+Value takeAt(KeyedVector<Key, Value>& list, size_t index) {
+    Value value = std::move(list.editValueAt(index));
     list.removeItemsAt(index);
-    return buffer;
+    return value;
 }
 
 }  // namespace
@@ -96,47 +88,42 @@ status_t APipeBufferPool::init(int32_t bufferCount, int32_t width, int32_t heigh
 
 sp<APipeBuffer> APipeBufferPool::acquireBuffer(bool wait) {
     if (wait && !mBuffersInWait.isEmpty()) {
-        sp<APipeBuffer> buffer = takeAt(mBuffersInWait, 0);
-        mBuffersInUse.add(idOf(buffer), buffer);
-        return buffer;
+        HeldBack first = takeAt(mBuffersInWait, 0);
+        return handOut(first.id, std::move(first.buffer));
     }
     for (size_t i = 0; i < mAvailableBuffers.size(); ++i) {
         if (!isFreeToHandOut(i)) continue;
         const int32_t id = mAvailableBuffers.keyAt(i);
-        sp<APipeBuffer> buffer = takeAt(mAvailableBuffers, i);
-        // It may have been cleared, and a return needs the id.
-        buffer->getMeta()->setInt32("id", id);
-        mBuffersInUse.add(id, buffer);
-        return buffer;
+        return handOut(id, takeAt(mAvailableBuffers, i));
     }
     return nullptr;
 }
 
 void APipeBufferPool::returnBuffer(const sp<APipeBuffer>& buffer) {
-    int32_t id = 0;
+    int32_t saidId = 0;
     sp<AMessage> reply;
     if (buffer != nullptr) buffer->getMeta()->findMessage("reply", &reply);
-    if (reply == nullptr || !buffer->getMeta()->findInt32("id", &id)) {
+    if (reply == nullptr || !buffer->getMeta()->findInt32("id", &saidId)) {
         ALOGE("returnBuffer() refused a buffer without \"id\" or \"reply\"");
         return;
     }
-    sp<APipeBuffer> own = takeFromLists(id, buffer);
-    if (own == nullptr) {
-        ALOGW("returnBuffer() refused buffer %d, which is not of this pool", id);
+    HeldBack own = takeFromLists(buffer);
+    if (own.buffer == nullptr) {
+        ALOGW("returnBuffer() refused buffer %d, which is not of this pool", saidId);
         return;
     }
     const sp<AMessage>& meta = buffer->getMeta();
     int64_t timeUs = 0;
     const bool hasTime = meta->findInt64("timeUs", &timeUs);
     meta->clear();
-    meta->setInt32("id", id);
+    meta->setInt32("id", own.id);
     if (hasTime) meta->setInt64("timeUs", timeUs);
     meta->setMessage("reply", std::move(reply));
 
     if (hasTime && mUseWaitBufferPool) {
         holdBack(timeUs, std::move(own));
     } else {
-        mAvailableBuffers.add(id, std::move(own));
+        mAvailableBuffers.add(own.id, std::move(own.buffer));
     }
 }
 
@@ -154,8 +141,9 @@ void APipeBufferPool::flush() {
         freeHeldBack(0);
     for (size_t i = 0; i < mBuffersInUse.size(); ++i) {
         const int32_t id = mBuffersInUse.keyAt(i);
-        mAvailableBuffers.add(id, mBuffersInUse.valueAt(i));
-        mTakenByFlush.set(static_cast<size_t>(id));
+        mBuffersInUse.valueAt(i)->await();
+        mTakenByFlush.add(id, mBuffersInUse.valueAt(i));
+        mAvailableBuffers.add(id, nullptr);
     }
     mBuffersInUse.clear();
     ALOGI("flush done mAvailableBuffers %zu, mBuffersInUse %zu mBuffersInWait %zu",
@@ -168,7 +156,9 @@ void APipeBufferPool::release() {
     mAvailableBuffers.clear();
     mBuffersInUse.clear();
     mBuffersInWait.clear();
-    mTakenByFlush.reset();
+    for (size_t i = 0; i < mTakenByFlush.size(); ++i)
+        APipeBuffer::forgo(mTakenByFlush.valueAt(i));
+    mTakenByFlush.clear();
 }
 
 sp<APipeBuffer> APipeBufferPool::createBuffer(int32_t id) const {
@@ -202,48 +192,57 @@ sp<GraphicBuffer> APipeBufferPool::createGraphicBuffer() const {
 }
 
 bool APipeBufferPool::isFreeToHandOut(size_t index) {
+    sp<APipeBuffer>& buffer = mAvailableBuffers.editValueAt(index);
+    if (buffer != nullptr) return true;
     const int32_t id = mAvailableBuffers.keyAt(index);
-    const auto bit = static_cast<size_t>(id);
-    if (!mTakenByFlush[bit]) return true;
-    // The pool's own reference is one; nobody can gain another while there is no second.
-    if (mAvailableBuffers.valueAt(index)->getStrongCount() > 1) {
-        const sp<APipeBuffer> fresh = createBuffer(id);
-        if (fresh == nullptr) {
+    const wp<APipeBuffer>& taken = mTakenByFlush.valueFor(id);
+    buffer = APipeBuffer::regain(taken);
+    if (buffer != nullptr) {
+        // It was not returned, so it still carries what was said of the frame that it had.
+        buffer->getMeta()->clear();
+    } else {
+        buffer = createBuffer(id);
+        if (buffer == nullptr) {
             ALOGE("acquireBuffer() cannot replace buffer %d, which is still in use elsewhere", id);
             return false;
         }
-        mAvailableBuffers.add(id, fresh);
-    } else {
-        // It was not returned, so it still carries what was said of the frame that it had.
-        mAvailableBuffers.valueAt(index)->getMeta()->clear();
+        APipeBuffer::forgo(taken);
     }
-    mTakenByFlush.reset(bit);
+    mTakenByFlush.removeItem(id);
     return true;
 }
 
-sp<APipeBuffer> APipeBufferPool::takeFromLists(int32_t id, const sp<APipeBuffer>& buffer) {
-    for (BuffersById* list : {&mBuffersInUse, &mAvailableBuffers}) {
-        const ssize_t index = list->indexOfKey(id);
-        if (index < 0 || list->valueAt(static_cast<size_t>(index)) != buffer) continue;
-        return takeAt(*list, static_cast<size_t>(index));
-    }
-    for (size_t i = 0; i < mBuffersInWait.size(); ++i) {
-        if (mBuffersInWait.valueAt(i) == buffer) return takeAt(mBuffersInWait, i);
-    }
-    return nullptr;
+sp<APipeBuffer> APipeBufferPool::handOut(int32_t id, sp<APipeBuffer> buffer) {
+    // Whoever had it may have cleared or edited it, and a return needs the id.
+    buffer->getMeta()->setInt32("id", id);
+    mBuffersInUse.add(id, buffer);
+    return buffer;
 }
 
-void APipeBufferPool::holdBack(int64_t timeUs, sp<APipeBuffer> buffer) {
+APipeBufferPool::HeldBack APipeBufferPool::takeFromLists(const sp<APipeBuffer>& buffer) {
+    for (BuffersById* list : {&mBuffersInUse, &mAvailableBuffers}) {
+        for (size_t i = 0; i < list->size(); ++i) {
+            if (list->valueAt(i) != buffer) continue;
+            const int32_t id = list->keyAt(i);
+            return {id, takeAt(*list, i)};
+        }
+    }
+    for (size_t i = 0; i < mBuffersInWait.size(); ++i) {
+        if (mBuffersInWait.valueAt(i).buffer == buffer) return takeAt(mBuffersInWait, i);
+    }
+    return {};
+}
+
+void APipeBufferPool::holdBack(int64_t timeUs, HeldBack returned) {
     const ssize_t sameTime = mBuffersInWait.indexOfKey(timeUs);
     if (sameTime >= 0) freeHeldBack(static_cast<size_t>(sameTime));
-    mBuffersInWait.add(timeUs, std::move(buffer));
+    mBuffersInWait.add(timeUs, std::move(returned));
     if (mBuffersInWait.size() > kWaitBufferCount) freeHeldBack(0);
 }
 
 void APipeBufferPool::freeHeldBack(size_t index) {
-    sp<APipeBuffer> buffer = takeAt(mBuffersInWait, index);
-    const int32_t id = idOf(buffer);
-    mAvailableBuffers.add(id, std::move(buffer));
+    HeldBack freed = takeAt(mBuffersInWait, index);
+    mAvailableBuffers.add(freed.id, std::move(freed.buffer));
 }
 
 }  // namespace android

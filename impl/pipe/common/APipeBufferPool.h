@@ -6,7 +6,6 @@
 #include <utils/RefBase.h>
 #include <utils/StrongPointer.h>
 
-#include <bitset>
 #include <cstdint>
 
 #include "APipeBuffer.h"
@@ -47,13 +46,15 @@ public:
     /// A buffer that a flush made available may still be read by whoever had it. Such an object is
     /// never handed out: a new one takes over its id here, rather than in flush(), because by now
     /// the reader has mostly let go. If that allocation fails, the next id is tried and this one
-    /// again at the next call. Either way nothing is left of the metadata but "id".
+    /// again at the next call. Either way nothing is left of the metadata but "id", which is as it
+    /// should be whatever a holder made of it.
     sp<APipeBuffer> acquireBuffer(bool wait);
 
     /// Takes a buffer back and clears its metadata down to "id", "reply" and "timeUs". With a
     /// "timeUs" and the wait list it is held back, which frees the held-back one with the earliest
     /// time when there are three, or the one with the same time. Refused with a log: a buffer
-    /// without "id" or "reply", and one that is not, or after a flush no longer, the pool's.
+    /// without "id" or "reply", and one that is not, or after a flush no longer, the pool's. Which
+    /// one it is the pool tells by the object, not by what its "id" says.
     void returnBuffer(const sp<APipeBuffer>& buffer);
 
     /// Makes the held-back buffer with the earliest time available. Refused with an error log by a
@@ -72,15 +73,20 @@ protected:
 
 private:
     using BuffersById = KeyedVector<int32_t, sp<APipeBuffer>>;
+    struct HeldBack {
+        int32_t id;
+        sp<APipeBuffer> buffer;
+    };
 
     static constexpr int32_t kWaitBufferCount = 2;
 
     sp<APipeBuffer> createBuffer(int32_t id) const;
     sp<GraphicBuffer> createGraphicBuffer() const;
     bool isFreeToHandOut(size_t index);
-    /// The pool's own reference, null for a buffer that is not of this pool.
-    sp<APipeBuffer> takeFromLists(int32_t id, const sp<APipeBuffer>& buffer);
-    void holdBack(int64_t timeUs, sp<APipeBuffer> buffer);
+    sp<APipeBuffer> handOut(int32_t id, sp<APipeBuffer> buffer);
+    /// The pool's own reference and its id; null for a buffer that is not of this pool.
+    HeldBack takeFromLists(const sp<APipeBuffer>& buffer);
+    void holdBack(int64_t timeUs, HeldBack returned);
     void freeHeldBack(size_t index);
 
     bool mInitialized = false;
@@ -90,11 +96,12 @@ private:
     int32_t mHeight = -1;
     APipeBuffer::ColorFormat mColorFormat = static_cast<APipeBuffer::ColorFormat>(-1);
     APipeBuffer::MemoryType mMemoryType = APipeBuffer::InvalidMemory;
-    BuffersById mAvailableBuffers;
+    BuffersById mAvailableBuffers;  // null for those in mTakenByFlush
     BuffersById mBuffersInUse;
-    KeyedVector<int64_t, sp<APipeBuffer>> mBuffersInWait;
-    // Ids that a flush took from whoever had them and that have not been settled since.
-    std::bitset<kMaxBufferCount + kWaitBufferCount> mTakenByFlush;
+    KeyedVector<int64_t, HeldBack> mBuffersInWait;
+    // What a flush took from whoever had it. The strong references are theirs alone, so that the
+    // last one to go tells that nobody reads the buffer any more.
+    KeyedVector<int32_t, wp<APipeBuffer>> mTakenByFlush;
 };
 
 }  // namespace android
