@@ -33,14 +33,14 @@ protected:
 TEST_F(PipeCoreTest, RefusesWhatIsNoItemAndNoMetadata) {
     const sp<TestStage> pipe = stage("A");
     start(pipe);
-    const sp<AMessage> noTime = new AMessage, noBlob = new AMessage;
+    const sp<AMessage> noTime = new AMessage, noBlob = new AMessage, nullBlob = metadata(0);
     noTime->setBuffer("frameMeta", new ABuffer(4));
     noBlob->setInt64("timeUs", 0);
+    nullBlob->setBuffer("frameMeta", nullptr);
     EXPECT_EQ(pipe->queueItem(nullptr), BAD_VALUE);
-    for (const sp<AMessage>& meta : {sp<AMessage>(), noTime, noBlob}) {
+    for (const sp<AMessage>& meta : {sp<AMessage>(), noTime, noBlob, nullBlob})
         EXPECT_EQ(pipe->queueItemMeta(meta), BAD_VALUE);
-    }
-    EXPECT_EQ(mLog.count(ANDROID_LOG_ERROR, "APipe", "[A] queueItem"), 4U);
+    EXPECT_EQ(mLog.count(ANDROID_LOG_ERROR, "APipe", "[A] queueItem"), 5U);
     EXPECT_EQ(run(), 0U);
 }
 
@@ -145,15 +145,19 @@ TEST_F(PipeCoreTest, RangesTagThePendingInputsAndStrangeMessagesAreLogged) {
     pipe->queueItem(item);
     pipe->setRangeInfos({{100, 200, 7}});
     pipe->setRangeInfos({});
-    for (const uint32_t what : {6U, 0x73524966U})
-        sp<AMessage>(new AMessage(what, pipe))->post();
+    for (const sp<RefBase>& object : {sp<RefBase>(), sp<RefBase>(item)}) {
+        const sp<AMessage> ranges = new AMessage(0x73524966U, pipe);
+        ranges->setObject("SetRangeInfosParameter", object);
+        ranges->post();
+    }
+    sp<AMessage>(new AMessage(6, pipe))->post();
     run();
     int32_t operation = 0;
     EXPECT_TRUE(item->mInput->getMeta()->findInt32("operation", &operation));
     EXPECT_EQ(operation, 7);
     EXPECT_TRUE(pipe->mRangeInfos.empty());
     EXPECT_TRUE(logged(ANDROID_LOG_ERROR, "APipe", "undefined message 6"));
-    EXPECT_TRUE(logged(ANDROID_LOG_ERROR, "APipe", "SetRangeInfoParameter does not exist!"));
+    EXPECT_EQ(mLog.count(ANDROID_LOG_ERROR, "APipe", "SetRangeInfoParameter does not exist!"), 2U);
 }
 
 TEST_F(PipeCoreTest, ThePoolFollowsTheFormatAskedFor) {

@@ -21,6 +21,7 @@ using plexa::kFrameHeight;
 using plexa::kFrameWidth;
 using plexa::LogCapture;
 using plexa::outputItem;
+using plexa::pairItem;
 using plexa::TestStage;
 
 std::string threadName() {
@@ -157,13 +158,17 @@ TEST(PipeHazardTest, ManyThreadsUseAStageThatComesAndGoes) {
     const Chain chain;
     const sp<TestStage> pipe = chain.last;
     std::atomic<bool> done = false, strange = false;
+    pipe->setItemGenerator(nullptr);
+    pipe->mEngine = [&](const auto&) {
+        if (pipe->mState == TestStage::kStateCreated) strange = true;  // ahead of its init
+        return OK;
+    };
     const auto use = [&] {
         const sp<AMessage> format = formatOf(2, kFrameWidth, kFrameHeight);
         for (int32_t i = 0; !done; ++i) {
             const status_t err = pipe->init(format, format);
             if (err != OK && err != INVALID_OPERATION) strange = true;
-            pipe->queueItem(inputItem(i, i));
-            pipe->queueItem(outputItem(i));
+            pipe->queueItem(pairItem(i, i, i));
             pipe->setRangeInfos({{0, i, i}});
             if (i % 8 == 0) pipe->flush();
             if (i % 8 == 4) pipe->setBufferGeneration();
@@ -172,7 +177,7 @@ TEST(PipeHazardTest, ManyThreadsUseAStageThatComesAndGoes) {
     std::thread users[] = {std::thread(use), std::thread(use)};
     EXPECT_TRUE(eventually([&] {
         pipe->release();
-        return chain.client->count(APipe::kWhatReleaseCompleted) >= 20;
+        return chain.client->count(APipe::kWhatReleaseCompleted) >= 60;
     }));
     done = true;
     for (std::thread& user : users)

@@ -14,6 +14,10 @@ namespace android {
 
 namespace {
 
+// Tells the stage's own messages by an object that only the stage has. What else is in them is then
+// of the class that the stage has put there; no object can be asked for its class on a device.
+constexpr const char* kSender = "sender";
+
 struct PoolMemory {
     APipeBuffer::ColorFormat colorFormat;
     APipeBuffer::MemoryType memoryType;
@@ -54,7 +58,7 @@ void copyFrameRecord(const sp<APipeBuffer>& input, const sp<APipeBuffer>& output
 }  // namespace
 
 APipe::APipe(const sp<APipe>& next, const sp<AMessage>& notify, const std::string& name)
-    : mNotify(notify), mNextPipe(next), mName(name) {}
+    : mLoopLock(new APipeLoopLock(this)), mNotify(notify), mNextPipe(next), mName(name) {}
 
 APipe::~APipe() {
     const sp<ALooper> looper = detachLooper();
@@ -81,9 +85,9 @@ status_t APipe::queueItem(const sp<APipeItem>& item) {
         ALOGE("[%s] queueItem without an item", mName.c_str());
         return BAD_VALUE;
     }
-    if (mState != kStateInitialized) return UNKNOWN_ERROR;
+    const sp<AMessage> msg = newIntake(kWhatQueueItem);
+    if (msg == nullptr) return UNKNOWN_ERROR;
     ATRACE_INSTANT_FOR_TRACK(mName.c_str(), "queued");
-    const sp<AMessage> msg = newMessage(kWhatQueueItem);
     msg->setObject("item", item);
     return postStamped(msg, "queueItem");
 }
@@ -92,12 +96,12 @@ status_t APipe::queueItemMeta(const sp<AMessage>& meta) {
     int64_t timeUs;
     sp<ABuffer> frameMeta;
     if (meta == nullptr || !meta->findInt64("timeUs", &timeUs) ||
-        !meta->findBuffer("frameMeta", &frameMeta)) {
+        !meta->findBuffer("frameMeta", &frameMeta) || frameMeta == nullptr) {
         ALOGE("[%s] queueItemMeta without \"timeUs\" or \"frameMeta\"", mName.c_str());
         return BAD_VALUE;
     }
-    if (mState != kStateInitialized) return UNKNOWN_ERROR;
-    const sp<AMessage> msg = newMessage(kWhatQueueItemMeta);
+    const sp<AMessage> msg = newIntake(kWhatQueueItemMeta);
+    if (msg == nullptr) return UNKNOWN_ERROR;
     msg->setInt64("timeUs", timeUs);
     msg->setBuffer("frameMeta", frameMeta);
     return postStamped(msg, "queueItemMeta");
@@ -139,6 +143,7 @@ void APipe::setRangeInfos(const std::vector<APipeRangeInfo>& infos) {
     parameter->mRangeInfos = infos;
     const sp<AMessage> msg = newMessage(kWhatSetRangeInfos);
     msg->setObject("SetRangeInfosParameter", parameter);
+    msg->setObject(kSender, mLoopLock);
     post(msg, "setRangeInfos");
 }
 
@@ -164,7 +169,7 @@ status_t APipe::updateInputFormat(const sp<AMessage>& /*format*/) {
 // --- The loop and its messages ---
 
 status_t APipe::startLooper() {
-    const std::lock_guard<std::mutex> lock(mLooperLock);
+    const Mutex::Autolock lock(mLoopLock->mMutex);
     if (mLooper != nullptr) {
         ALOGE("[%s] init while the looper runs", mName.c_str());
         return INVALID_OPERATION;
@@ -177,21 +182,28 @@ status_t APipe::startLooper() {
         ALOGE("[%s] init failed to start the looper (err %d)", mName.c_str(), err);
         return UNKNOWN_ERROR;
     }
-    mHandlerId = looper->registerHandler(this);
+    looper->registerHandler(this);
     mLooper = looper;
     mState = kStateCreated;
     return OK;
 }
 
 sp<ALooper> APipe::detachLooper() {
-    const std::lock_guard<std::mutex> lock(mLooperLock);
+    const Mutex::Autolock lock(mLoopLock->mMutex);
     if (mLooper != nullptr) mLooper->unregisterHandler(id());
     return std::move(mLooper);
 }
 
 sp<AMessage> APipe::newMessage(Message what) {
-    // A message takes the looper from the handler's registration.
-    const std::lock_guard<std::mutex> lock(mLooperLock);
+    const Mutex::Autolock lock(mLoopLock->mMutex);
+    return new AMessage(what, this);
+}
+
+// Null in a state that takes no items. Under one lock with startLooper(), so that a message for the
+// looper of a new init cannot pass by the state from before it.
+sp<AMessage> APipe::newIntake(Message what) {
+    const Mutex::Autolock lock(mLoopLock->mMutex);
+    if (mState != kStateInitialized) return nullptr;
     return new AMessage(what, this);
 }
 
@@ -209,7 +221,7 @@ status_t APipe::postStamped(const sp<AMessage>& msg, const char* operation) {
 
 status_t APipe::postAndRaiseGeneration(Message what, const char* operation) {
     const sp<AMessage> msg = newMessage(what);
-    const std::lock_guard<std::mutex> lock(mRaiseLock);
+    const Mutex::Autolock lock(mRaiseLock);
     const status_t err = post(msg, operation);
     // Only now, so that nothing stamped with the new generation is posted ahead of msg.
     setBufferGeneration();
@@ -219,7 +231,7 @@ status_t APipe::postAndRaiseGeneration(Message what, const char* operation) {
 // The loop may be faster than who posted: replies that it stamps next must carry the new
 // generation.
 void APipe::awaitRaisedGeneration() {
-    const std::lock_guard<std::mutex> lock(mRaiseLock);
+    const Mutex::Autolock lock(mRaiseLock);
 }
 
 void APipe::passOn(Message what, const char* operation, Notice completed) {
@@ -280,7 +292,7 @@ void APipe::onInit(const sp<AMessage>& msg) {
 void APipe::onQueueItem(const sp<AMessage>& msg) {
     sp<RefBase> object;
     CHECK(msg->findObject("item", &object));
-    sp<APipeItem> item = sp<APipeItem>::cast(std::move(object));
+    sp<APipeItem> item(static_cast<APipeItem*>(object.get()));
     if (isStale(msg)) {
         returnPoolInput(item);
         return;
@@ -342,7 +354,7 @@ bool APipe::onBufferReturned(const sp<AMessage>& msg) {
         ALOGE("[%s] onBufferReturned without a buffer or a pool", mName.c_str());
         return false;
     }
-    mBufferPool->returnBuffer(sp<APipeBuffer>::cast(std::move(object)));
+    mBufferPool->returnBuffer(sp<APipeBuffer>(static_cast<APipeBuffer*>(object.get())));
     if (!isNeededSkipOnWork() && mItemGenerator != nullptr) {
         offerOutputBuffer();
         workOnCompletedItem();
@@ -351,8 +363,10 @@ bool APipe::onBufferReturned(const sp<AMessage>& msg) {
 }
 
 void APipe::onSetRangeInfos(const sp<AMessage>& msg) {
-    sp<RefBase> object;
-    if (!msg->findObject("SetRangeInfosParameter", &object)) {
+    sp<RefBase> object, sender;
+    msg->findObject("SetRangeInfosParameter", &object);
+    msg->findObject(kSender, &sender);
+    if (object == nullptr || sender != mLoopLock) {
         ALOGE("SetRangeInfoParameter does not exist!");
         return;
     }
@@ -518,8 +532,8 @@ void APipe::postOutputDone(const sp<APipeBuffer>& buffer, BufferFlag flag) {
 void APipe::setReply(const sp<APipeBuffer>& buffer) {
     const int32_t generation = getBufferGeneration();
     APipeBuffer::Reply& last = buffer->mReply;
-    if (last.message == nullptr || last.handlerId != mHandlerId || last.generation != generation) {
-        last = {newMessage(kWhatBufferReturned), mHandlerId, generation};
+    if (last.lock != mLoopLock || last.generation != generation) {
+        last = {newMessage(kWhatBufferReturned), mLoopLock, generation};
         last.message->setInt32("generation", generation);
     }
     buffer->getMeta()->setMessage("reply", last.message);

@@ -1,19 +1,20 @@
 // APipe: one asynchronous stage of a chain, and the messages by which a client hears from it.
 #pragma once
 
+#include <android-base/thread_annotations.h>
 #include <media/stagefright/foundation/ABuffer.h>
 #include <media/stagefright/foundation/AHandler.h>
 #include <media/stagefright/foundation/ALooper.h>
 #include <media/stagefright/foundation/AMessage.h>
 #include <utils/Errors.h>
 #include <utils/List.h>
+#include <utils/Mutex.h>
 #include <utils/RefBase.h>
 #include <utils/StrongPointer.h>
 
 #include <atomic>
 #include <cstdint>
 #include <functional>
-#include <mutex>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,7 @@
 #include "APipeBufferPool.h"
 #include "APipeExport.h"
 #include "APipeItemGenerator.h"
+#include "APipeLoopLock.h"
 
 namespace android {
 
@@ -92,8 +94,9 @@ public:
     static constexpr int32_t kLooperPriority = -16;
 
     /// next gets this stage's outputs; the last stage of a chain has none. notify is copied for
-    /// each notice; without it nothing is posted. name is the stage's in log lines and traces, and
-    /// its thread's with "_Looper" appended.
+    /// each notice, which reads on the stage's thread what its handler is registered with: register
+    /// that before, and leave it so while notices may come. Without it nothing is posted. name is
+    /// the stage's in log lines and traces, and its thread's with "_Looper" appended.
     APipe(const sp<APipe>& next, const sp<AMessage>& notify, const std::string& name);
 
     APipe(const APipe&) = delete;
@@ -124,7 +127,7 @@ public:
     status_t queueItem(const sp<APipeItem>& item);
 
     /// Queues a frame's metadata for the generator: int64 "timeUs" and buffer "frameMeta". The
-    /// status is as queueItem's; BAD_VALUE also without one of the two fields.
+    /// status is as queueItem's; BAD_VALUE also without one of the two fields or with a null one.
     status_t queueItemMeta(const sp<AMessage>& meta);
 
     /// Forgets all that is queued in the chain. Nothing queued before is worked on after it.
@@ -241,6 +244,7 @@ private:
     status_t startLooper();
     sp<ALooper> detachLooper();
     sp<AMessage> newMessage(Message what);
+    sp<AMessage> newIntake(Message what);
     status_t post(const sp<AMessage>& msg, const char* operation);
     status_t postStamped(const sp<AMessage>& msg, const char* operation);
     status_t postAndRaiseGeneration(Message what, const char* operation);
@@ -266,7 +270,7 @@ private:
     static constexpr size_t kCacheLine = 64;
 
     // What every thread reads and hardly anyone writes.
-    ALooper::handler_id mHandlerId = 0;  // of the last init
+    const sp<APipeLoopLock> mLoopLock;  // its mutex is never held together with mRaiseLock
     sp<AMessage> mNotify;
 
 protected:
@@ -278,10 +282,9 @@ private:
     std::atomic<int32_t> mGeneration = 0;
 
     // What threads that post write, on lines of its own.
-    alignas(kCacheLine) std::mutex mLooperLock;  // never held together with mRaiseLock
-    sp<ALooper> mLooper;  // with the registration of this handler, guarded by mLooperLock
+    alignas(kCacheLine) sp<ALooper> mLooper GUARDED_BY(mLoopLock->mMutex);
     // Held from the posting of a flush or release until the generation is raised for it.
-    std::mutex mRaiseLock;
+    Mutex mRaiseLock;
 
 protected:
     // The loop's own.

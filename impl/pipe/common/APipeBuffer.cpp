@@ -11,6 +11,7 @@
 #include <ui/Rect.h>
 
 #include "APipeBufferUtils.h"
+#include "APipeLoopLock.h"
 
 namespace android {
 
@@ -144,7 +145,8 @@ int APipeBuffer::getFd(size_t index) {
 void APipeBuffer::release() {
     sp<AMessage> reply;
     if (!mMeta->findMessage("reply", &reply) || reply == nullptr) return;
-    const sp<AMessage> copy = reply->dup();
+    const bool isOfStage = reply == mReply.message;
+    const sp<AMessage> copy = isOfStage ? mReply.lock->copy(reply) : reply->dup();
     copy->setObject("buffer", this);
     copy->post();
 }

@@ -17,6 +17,8 @@
 
 namespace android {
 
+class APipeLoopLock;
+
 /// One frame: pixel memory of one of three kinds, its colour format and geometry, the CPU
 /// addresses of its planes, and a metadata message that travels with it.
 ///
@@ -96,7 +98,8 @@ public:
     /// Hands the buffer back: posts a copy of the message under "reply" in the metadata, with this
     /// buffer as its "buffer". Without "reply" nothing happens. The stored message never gets the
     /// buffer: it would hold it for ever from inside the buffer's own metadata whenever the copy
-    /// is not handled. Any thread that owns the buffer.
+    /// is not handled. Any thread that owns the buffer. A reply of a client's own reads here what
+    /// its handler is registered with.
     void release();
 
     /// The metadata itself, never null and the same for the buffer's life: keys set through it are
@@ -179,7 +182,7 @@ private:
     // The reply that a stage gave the buffer last, for the next time that it hands the buffer out.
     struct Reply {
         sp<AMessage> message;
-        int32_t handlerId = 0;  // the stage's, of the looper that it had
+        sp<APipeLoopLock> lock;  // the stage's
         int32_t generation = 0;
     };
     Reply mReply;
