@@ -185,6 +185,35 @@ TEST(PipeHazardTest, ManyThreadsUseAStageThatComesAndGoes) {
     EXPECT_FALSE(strange);
 }
 
+// Where debug builds look, which the sanitizers' are.
+TEST(PipeHazardTest, LoopBoundCallsFromElsewhereAreLogged) {
+#ifdef NDEBUG
+    constexpr size_t kReports = 0;
+#else
+    constexpr size_t kReports = 1;
+#endif
+    const LogCapture log;
+    const Chain chain;
+    ASSERT_TRUE(chain.start());
+    chain.last->queueItem(outputItem(11));
+    chain.first->queueItem(inputItem(1, 100));
+    ASSERT_TRUE(chain.client->waitFor(APipe::kWhatOutputBufferDone));
+    const auto callAll = [&] {
+        chain.first->setReply(inputItem(1, 0)->mInput);
+        chain.first->mBufferPool->returnWaitBuffer();
+        chain.first->mItemGenerator->takeDroppedItems();
+    };
+    callAll();
+    chain.first->release();
+    ASSERT_TRUE(chain.client->waitFor(APipe::kWhatReleaseCompleted));
+    callAll();  // there is no loop any more
+    for (const char* call : {"setReply", "returnWaitBuffer", "takeDroppedItems"})
+        EXPECT_EQ(log.count(ANDROID_LOG_ERROR, "APipeLoopChecker",
+                            std::string("[A] ") + call + " called on thread "),
+                  kReports);
+    EXPECT_EQ(log.count(ANDROID_LOG_ERROR, "APipeLoopChecker", ""), 3 * kReports);
+}
+
 enum class Place { OwnLooper, NextLooper, ClientLooper, OtherThread };
 
 class PipeTeardownTest : public testing::TestWithParam<Place> {

@@ -10,6 +10,8 @@
 
 #include <utility>
 
+#include "APipeLoopChecker.h"
+
 namespace android {
 
 namespace {
@@ -58,9 +60,14 @@ void copyFrameRecord(const sp<APipeBuffer>& input, const sp<APipeBuffer>& output
 }  // namespace
 
 APipe::APipe(const sp<APipe>& next, const sp<AMessage>& notify, const std::string& name)
-    : mLoopLock(new APipeLoopLock(this)), mNotify(notify), mNextPipe(next), mName(name) {}
+    : mLoopLock(new APipeLoopLock(this)),
+      mLoopChecker(APipeLoopChecker::create(name)),
+      mNotify(notify),
+      mNextPipe(next),
+      mName(name) {}
 
 APipe::~APipe() {
+    APipeLoopChecker::leave(mLoopChecker);
     const sp<ALooper> looper = detachLooper();
     if (looper != nullptr) looper->stop();
 }
@@ -68,6 +75,7 @@ APipe::~APipe() {
 // --- Called by clients ---
 
 void APipe::setItemGenerator(const sp<APipeItemGenerator>& generator) {
+    if (generator != nullptr) generator->mLoopChecker = mLoopChecker;
     mItemGenerator = generator;
 }
 
@@ -253,6 +261,7 @@ bool APipe::isStale(const sp<AMessage>& msg) const {
 void APipe::onMessageReceived(const sp<AMessage>& msg) {
     switch (msg->what()) {
         case kWhatInit:
+            APipeLoopChecker::enter(mLoopChecker);
             return onInit(msg);
         case kWhatQueueItem:
             return onQueueItem(msg);
@@ -277,6 +286,7 @@ void APipe::onMessageReceived(const sp<AMessage>& msg) {
 // --- Handlers ---
 
 void APipe::onInit(const sp<AMessage>& msg) {
+    APipeLoopChecker::check(mLoopChecker, __func__);
     // First, so that whoever sees the notice finds every stage of the chain taking items.
     mState = kStateInitialized;
     if (mNextPipe != nullptr) {
@@ -290,6 +300,7 @@ void APipe::onInit(const sp<AMessage>& msg) {
 }
 
 void APipe::onQueueItem(const sp<AMessage>& msg) {
+    APipeLoopChecker::check(mLoopChecker, __func__);
     sp<RefBase> object;
     CHECK(msg->findObject("item", &object));
     sp<APipeItem> item(static_cast<APipeItem*>(object.get()));
@@ -304,12 +315,14 @@ void APipe::onQueueItem(const sp<AMessage>& msg) {
 }
 
 void APipe::onQueueItemMeta(const sp<AMessage>& msg) {
+    APipeLoopChecker::check(mLoopChecker, __func__);
     if (isStale(msg) || mItemGenerator == nullptr) return;
     mItemGenerator->pushItemMeta(msg);
     sendDroppedHome();
 }
 
 void APipe::onWork() {
+    APipeLoopChecker::check(mLoopChecker, __func__);
     if (mNextPipe == nullptr || mOutputItems.empty()) return;
     const sp<APipeItem> item = std::move(*mOutputItems.begin());
     mOutputItems.erase(mOutputItems.begin());
@@ -323,6 +336,7 @@ void APipe::onWork() {
 }
 
 void APipe::onFlush() {
+    APipeLoopChecker::check(mLoopChecker, __func__);
     if (mItemGenerator != nullptr) mItemGenerator->flush();
     mWorkItems.clear();
     mOutputItems.clear();
@@ -331,17 +345,20 @@ void APipe::onFlush() {
 }
 
 void APipe::onRelease() {
+    APipeLoopChecker::check(mLoopChecker, __func__);
     if (mItemGenerator != nullptr) mItemGenerator->release();
     mWorkItems.clear();
     mOutputItems.clear();
     // The looper is let go before the notice can reach a client: an init that answers the notice
     // finds every stage of the chain free. From here on a new looper may be at work.
+    APipeLoopChecker::leave(mLoopChecker);
     const sp<ALooper> looper = detachLooper();
     passOn(kWhatRelease, "release", kWhatReleaseCompleted);
     if (looper != nullptr) looper->stop();
 }
 
 bool APipe::onBufferReturned(const sp<AMessage>& msg) {
+    APipeLoopChecker::check(mLoopChecker, __func__);
     sp<RefBase> object;
     msg->findObject("buffer", &object);
     // A reply that kept its buffer would hold it from inside the buffer's own metadata.
@@ -363,6 +380,7 @@ bool APipe::onBufferReturned(const sp<AMessage>& msg) {
 }
 
 void APipe::onSetRangeInfos(const sp<AMessage>& msg) {
+    APipeLoopChecker::check(mLoopChecker, __func__);
     sp<RefBase> object, sender;
     msg->findObject("SetRangeInfosParameter", &object);
     msg->findObject(kSender, &sender);
@@ -388,9 +406,11 @@ void APipe::onSetParameter(int /*key*/, const sp<AMessage>& /*value*/) {}
 
 status_t APipe::setBufferInfo(int bufferCount, int width, int height,
                               APipeBuffer::ColorFormat colorFormat, bool useWaitBufferPool) {
+    APipeLoopChecker::check(mLoopChecker, __func__);
     if (mNextPipe == nullptr) return OK;
     const PoolMemory memory = poolMemoryFor(colorFormat);
     mBufferPool = new APipeBufferPool;
+    mBufferPool->mLoopChecker = mLoopChecker;
     const status_t err = mBufferPool->init(bufferCount, width, height, memory.colorFormat,
                                            memory.memoryType, useWaitBufferPool);
     return err == OK ? OK : UNKNOWN_ERROR;
@@ -416,6 +436,7 @@ void APipe::workOn(sp<APipeItem> item) {
 }
 
 void APipe::workOnFirstItem(const Engine& engine) {
+    APipeLoopChecker::check(mLoopChecker, __func__);
     if (mWorkItems.empty()) return APipe::onWork();
     if (!isWorkable(*mWorkItems.begin())) {
         sendHome(takeFirstWorkItem());
@@ -476,6 +497,7 @@ void APipe::returnPoolInput(const sp<APipeItem>& item) {
 }
 
 void APipe::notifyInputBufferDone(const sp<APipeBuffer>& buffer) {
+    APipeLoopChecker::check(mLoopChecker, __func__);
     int32_t bufferId;
     if (!buffer->getMeta()->findInt32("bufferId", &bufferId)) {
         buffer->release();
@@ -491,6 +513,7 @@ void APipe::notifyInputBufferDone(const sp<APipeBuffer>& buffer) {
 }
 
 void APipe::notifyOutputBufferDone(const sp<APipeBuffer>& buffer, BufferFlag flag) {
+    APipeLoopChecker::check(mLoopChecker, __func__);
     if (mNextPipe == nullptr || (flag != kBufferWithFrame && isClientBuffer(buffer))) {
         postOutputDone(buffer, flag);
     } else if (flag == kBufferWithFrame) {
@@ -530,6 +553,7 @@ void APipe::postOutputDone(const sp<APipeBuffer>& buffer, BufferFlag flag) {
 }
 
 void APipe::setReply(const sp<APipeBuffer>& buffer) {
+    APipeLoopChecker::check(mLoopChecker, __func__);
     const int32_t generation = getBufferGeneration();
     APipeBuffer::Reply& last = buffer->mReply;
     if (last.lock != mLoopLock || last.generation != generation) {
@@ -551,6 +575,7 @@ void APipe::notifyError(int err) {
 }
 
 void APipe::notifyExtraData(const sp<ABuffer>& data) {
+    APipeLoopChecker::check(mLoopChecker, __func__);
     const sp<AMessage> notice = newNotice(kWhatExtraData);
     if (notice == nullptr) return;
     notice->setBuffer("extra_data", data);

@@ -26,6 +26,8 @@
 
 namespace android {
 
+class APipeLoopChecker;
+
 /// Carries the argument of setRangeInfos inside its message.
 ///
 /// Threading: loop-bound; written once, before it is posted.
@@ -271,6 +273,7 @@ private:
 
     // What every thread reads and hardly anyone writes.
     const sp<APipeLoopLock> mLoopLock;  // its mutex is never held together with mRaiseLock
+    const sp<APipeLoopChecker> mLoopChecker;
     sp<AMessage> mNotify;
 
 protected:

@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "APipeBufferFactory.h"
+#include "APipeLoopChecker.h"
 
 namespace android {
 
@@ -48,13 +49,16 @@ Value takeAt(KeyedVector<Key, Value>& list, size_t index) {
 
 }  // namespace
 
+APipeBufferPool::APipeBufferPool() = default;
+
 APipeBufferPool::~APipeBufferPool() {
-    release();
+    forgetAll();
 }
 
 status_t APipeBufferPool::init(int32_t bufferCount, int32_t width, int32_t height,
                                APipeBuffer::ColorFormat colorFormat,
                                APipeBuffer::MemoryType memoryType, bool useWaitBufferPool) {
+    APipeLoopChecker::check(mLoopChecker, __func__);
     release();
     if (bufferCount > kMaxBufferCount) {
         ALOGW("init() requested bufferCount %d is bigger than kMaxBufferCount %d", bufferCount,
@@ -87,6 +91,7 @@ status_t APipeBufferPool::init(int32_t bufferCount, int32_t width, int32_t heigh
 }
 
 sp<APipeBuffer> APipeBufferPool::acquireBuffer(bool wait) {
+    APipeLoopChecker::check(mLoopChecker, __func__);
     if (wait && !mBuffersInWait.isEmpty()) {
         HeldBack first = takeAt(mBuffersInWait, 0);
         return handOut(first.id, std::move(first.buffer));
@@ -100,6 +105,7 @@ sp<APipeBuffer> APipeBufferPool::acquireBuffer(bool wait) {
 }
 
 void APipeBufferPool::returnBuffer(const sp<APipeBuffer>& buffer) {
+    APipeLoopChecker::check(mLoopChecker, __func__);
     int32_t saidId = 0;
     sp<AMessage> reply;
     if (buffer != nullptr) buffer->getMeta()->findMessage("reply", &reply);
@@ -128,6 +134,7 @@ void APipeBufferPool::returnBuffer(const sp<APipeBuffer>& buffer) {
 }
 
 void APipeBufferPool::returnWaitBuffer() {
+    APipeLoopChecker::check(mLoopChecker, __func__);
     if (!mUseWaitBufferPool) {
         ALOGE("returnWaitBuffer() refused, the pool has no wait list");
         return;
@@ -136,6 +143,7 @@ void APipeBufferPool::returnWaitBuffer() {
 }
 
 void APipeBufferPool::flush() {
+    APipeLoopChecker::check(mLoopChecker, __func__);
     if (!mInitialized) return;
     while (!mBuffersInWait.isEmpty())
         freeHeldBack(0);
@@ -151,6 +159,11 @@ void APipeBufferPool::flush() {
 }
 
 void APipeBufferPool::release() {
+    APipeLoopChecker::check(mLoopChecker, __func__);
+    forgetAll();
+}
+
+void APipeBufferPool::forgetAll() {
     if (!mInitialized) return;
     mInitialized = false;
     mAvailableBuffers.clear();

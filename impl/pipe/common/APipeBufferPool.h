@@ -13,6 +13,8 @@
 
 namespace android {
 
+class APipeLoopChecker;
+
 /// Allocates a fixed number of equal buffers and keeps each in exactly one of three lists:
 /// available, in use, or (with the wait list) held back by presentation time. The number of a
 /// buffer, "id" in its metadata, never changes.
@@ -28,7 +30,7 @@ public:
     /// The most buffers that a stage may ask for, so that a wrong count cannot exhaust memory.
     static constexpr int32_t kMaxBufferCount = 64;
 
-    APipeBufferPool() = default;
+    APipeBufferPool();
     APipeBufferPool(const APipeBufferPool&) = delete;
     APipeBufferPool& operator=(const APipeBufferPool&) = delete;
 
@@ -72,6 +74,8 @@ protected:
     ~APipeBufferPool() override;
 
 private:
+    friend class APipe;
+
     using BuffersById = KeyedVector<int32_t, sp<APipeBuffer>>;
     struct HeldBack {
         int32_t id;
@@ -80,6 +84,7 @@ private:
 
     static constexpr int32_t kWaitBufferCount = 2;
 
+    void forgetAll();
     sp<APipeBuffer> createBuffer(int32_t id) const;
     sp<GraphicBuffer> createGraphicBuffer() const;
     bool isFreeToHandOut(size_t index);
@@ -89,6 +94,7 @@ private:
     void holdBack(int64_t timeUs, HeldBack returned);
     void freeHeldBack(size_t index);
 
+    sp<APipeLoopChecker> mLoopChecker;  // of the stage that owns the pool
     bool mInitialized = false;
     bool mUseWaitBufferPool = false;
     int32_t mBufferCount = -1;

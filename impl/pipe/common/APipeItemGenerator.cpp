@@ -7,6 +7,8 @@
 
 #include <utility>
 
+#include "APipeLoopChecker.h"
+
 namespace android {
 
 namespace {
@@ -52,15 +54,20 @@ const APipeRangeInfo* rangeAt(const std::vector<APipeRangeInfo>& infos, int64_t 
 
 APipeItemGenerator::APipeItemGenerator(std::string name) : mName(std::move(name)) {}
 
+APipeItemGenerator::~APipeItemGenerator() = default;
+
 void APipeItemGenerator::pushItem(const sp<APipeItem>& item) {
     if (!acceptsItem(item)) return;
     queueBuffer(item);
     if (pairInto(item, true)) mCompletedItems.push_back(item);
 }
 
-void APipeItemGenerator::pushItemMeta(const sp<AMessage>&) {}
+void APipeItemGenerator::pushItemMeta(const sp<AMessage>&) {
+    checkLoop(__func__);
+}
 
 void APipeItemGenerator::pushOutputBuffer(const sp<APipeBuffer>& buffer) {
+    checkLoop(__func__);
     if (buffer == nullptr) {
         ALOGE("[%s] pushOutputBuffer refused a null buffer", mName.c_str());
         return;
@@ -69,6 +76,7 @@ void APipeItemGenerator::pushOutputBuffer(const sp<APipeBuffer>& buffer) {
 }
 
 status_t APipeItemGenerator::flush() {
+    checkLoop(__func__);
     mInputBuffers.clear();
     mOutputBuffers.clear();
     mCompletedItems.clear();
@@ -81,6 +89,7 @@ status_t APipeItemGenerator::release() {
 }
 
 sp<APipeItem> APipeItemGenerator::getCompletedItem() {
+    checkLoop(__func__);
     if (!mCompletedItems.empty()) return takeFirst(mCompletedItems);
     if (mInputBuffers.empty() || mOutputBuffers.empty()) return nullptr;
     sp<APipeItem> item = new APipeItem();
@@ -93,6 +102,7 @@ bool APipeItemGenerator::isNeededSkip() const {
 }
 
 void APipeItemGenerator::setRangeInfos(const std::vector<APipeRangeInfo>& infos) {
+    checkLoop(__func__);
     for (const sp<APipeBuffer>& buffer : mInputBuffers) {
         int64_t timeUs = -1;
         buffer->getMeta()->findInt64(kTimeUs, &timeUs);
@@ -105,11 +115,17 @@ void APipeItemGenerator::setRangeInfos(const std::vector<APipeRangeInfo>& infos)
 }
 
 List<sp<APipeItem>> APipeItemGenerator::takeDroppedItems() {
+    checkLoop(__func__);
     if (mDroppedItems.empty()) return {};
     return std::exchange(mDroppedItems, {});
 }
 
+void APipeItemGenerator::checkLoop(const char* call) const {
+    APipeLoopChecker::check(mLoopChecker, call);
+}
+
 bool APipeItemGenerator::acceptsItem(const sp<APipeItem>& item) {
+    checkLoop("pushItem");
     if (item == nullptr) {
         ALOGE("[%s] pushItem refused a null item", mName.c_str());
         return false;
@@ -169,6 +185,7 @@ void APipeCSCItemGenerator::pushOutputBuffer(const sp<APipeBuffer>& buffer) {
 }
 
 bool APipeCSCItemGenerator::isNeededSkip() const {
+    checkLoop(__func__);
     if (!mPaused || mInputBuffers.empty()) return false;
     const sp<APipeBuffer>& first = *mInputBuffers.begin();
     if (isMarked(first, kForSeek) || isMarked(first, kWaitedFor)) return false;
@@ -204,6 +221,7 @@ APipePortraitItemGenerator::APipePortraitItemGenerator()
     : APipeItemGenerator("APipePortraitItemGenerator") {}
 
 void APipePortraitItemGenerator::pushItem(const sp<APipeItem>& item) {
+    checkLoop(__func__);
     if (item == nullptr) {
         ALOGE("[%s] pushItem refused a null item", mName.c_str());
     } else if (item->mInput != nullptr) {
@@ -219,6 +237,7 @@ void APipePortraitItemGenerator::pushItem(const sp<APipeItem>& item) {
 }
 
 void APipePortraitItemGenerator::pushItemMeta(const sp<AMessage>& meta) {
+    checkLoop(__func__);
     int64_t timeUs = 0;
     if (meta == nullptr || !meta->findInt64(kTimeUs, &timeUs) || frameMetaOf(meta) == nullptr) {
         ALOGE("[%s] pushItemMeta refused metadata without timeUs or frameMeta", mName.c_str());
@@ -247,6 +266,7 @@ status_t APipePortraitItemGenerator::release() {
 }
 
 sp<APipeItem> APipePortraitItemGenerator::getCompletedItem() {
+    checkLoop(__func__);
     if (!mCompletedItems.empty()) return takeFirst(mCompletedItems);
     if (mInputBuffers.empty() || mOutputBuffers.empty() || mSubInputBuffers.empty()) return nullptr;
 

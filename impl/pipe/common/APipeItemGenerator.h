@@ -17,6 +17,8 @@
 
 namespace android {
 
+class APipeLoopChecker;
+
 /// What a stage works on. A client queues items with one of the buffers each; a generator makes
 /// items with an input and an output, and from the portrait generator a sub input too.
 ///
@@ -91,8 +93,10 @@ public:
     std::atomic<bool> mPaused{false};
 
 protected:
-    ~APipeItemGenerator() override = default;
+    ~APipeItemGenerator() override;
 
+    /// For debug builds: an error log when `call` is not on the loop of the stage that has this.
+    void checkLoop(const char* call) const;
     /// For a pushItem: false, after an error log, for a null item and for one with both an input
     /// and an output, which is dropped.
     bool acceptsItem(const sp<APipeItem>& item);
@@ -110,7 +114,10 @@ protected:
     const std::string mName;
 
 private:
+    friend class APipe;
+
     List<sp<APipeItem>> mDroppedItems;
+    sp<APipeLoopChecker> mLoopChecker;  // of the stage that has the generator
 };
 
 /// For a colour-conversion stage: as the base, but while paused only one input is worked on at a
