@@ -121,6 +121,9 @@ TEST_F(GlConverter, FollowsCropsFrameByFrame) {
     ASSERT_EQ(convert(mInput), OK);
     EXPECT_TRUE(shows(kGrey, kGrey)) << "another crop";
 
+    setCrop(INT32_MIN, 0, INT32_MAX, kSide);
+    EXPECT_EQ(convert(mInput), OK) << "any edges";
+
     setCrop(0, 0, kSide, kSide);
     ASSERT_EQ(convert(mInput), OK);
     EXPECT_TRUE(shows(kGrey, kBright)) << "the whole buffer";
@@ -150,6 +153,7 @@ TEST_F(GlConverter, StartsAfreshAfterResetAndAfterASecondInit) {
     }
     mConverter.reset();
     EXPECT_EQ(convert(mInput), UNKNOWN_ERROR);
+    EXPECT_FALSE(mConverter.updateCropIfChanged({0, 0, 0, 0}));
     mConverter.reset();
 }
 

@@ -59,6 +59,11 @@ std::string fragmentSource(const Matrix& matrix, const Range& range) {
            "fragColor = vec4(nv12_to_rgba(yuv), 1.0); }";
 }
 
+// In 64 bits: a client may set any edges.
+bool hasSize(const Rect& crop, int width, int height) {
+    return int64_t{crop.right} - crop.left == width && int64_t{crop.bottom} - crop.top == height;
+}
+
 }  // namespace
 
 APipeGLConverter::APipeGLConverter() : mFragmentSource(fragmentSource(kBt709, kLimited)) {}
@@ -146,11 +151,11 @@ void APipeGLConverter::followCrop(const sp<APipeBuffer>& input, int width, int h
     }
     const Rect bounds(width, height);
     // The same crop means other texture coordinates in a buffer of another size.
-    const bool resized = !mCropBounds.isEmpty() && mCropBounds != bounds;
+    const bool resized = mCropBounds.isValid() && mCropBounds != bounds;
     mCropBounds = bounds;
     if (!updateCropIfChanged(crop) && !resized) return;
 
-    const bool isWhole = crop.getWidth() == width && crop.getHeight() == height;
+    const bool isWhole = hasSize(crop, width, height);
     if (isWhole && !mCropped) return;
     mCropped = !isWhole;
     mHelper->setCrop(isWhole ? bounds : crop, width, height);
@@ -221,7 +226,7 @@ void APipeGLConverter::releaseContext() {
     mVertexArray = 0;
     mProgram = 0;
     // The next quad covers the whole texture, whatever crop this one ended with.
-    mCrop = Rect();
+    mCrop = Rect(0, 0, 0, 0);
     mCropBounds = Rect();
     mCropped = false;
 }

@@ -68,14 +68,15 @@ private:
     void drawInto(GLuint output, GLuint input);
 
     sp<OpenGLHelper> mHelper;
-    Rect mCrop;
+    Rect mCrop{0, 0, 0, 0};
     std::string mFragmentSource;
     int mDstWidth = 0;
     int mDstHeight = 0;
     GLuint mProgram = 0;
     GLuint mVertexArray = 0;
     GLuint mFrameBuffer = 0;
-    // Bounds of the buffer that mCrop came with, and whether the quad samples less than all of it.
+    // Bounds of the buffer that mCrop came with, invalid before the first, and whether the quad
+    // samples less than all of it.
     Rect mCropBounds;
     bool mCropped = false;
     std::thread::id mInitThread;
