@@ -113,6 +113,7 @@ status_t APipeGLConverter::setUpContext() {
         ALOGE("failed to initialize EGL");
         return UNKNOWN_ERROR;
     }
+    mBinding = APipeGLScope::ofThread();
     if (mHelper->createProgram(mProgram, kVertexSource, mFragmentSource) != OK) {
         ALOGE("failed to create program");
         return UNKNOWN_ERROR;
@@ -132,6 +133,8 @@ status_t APipeGLConverter::convert(const sp<APipeBuffer>& input, const sp<APipeB
     }
     const APipeGraphicPair frames(LOG_TAG, "convert", input, output);
     if (!frames.isComplete()) return UNKNOWN_ERROR;
+    const APipeGLScope scope(mBinding);
+    if (!scope.isCurrent()) return UNKNOWN_ERROR;
     // The output's texture goes first, both before this call returns.
     const auto inputTexture = mHelper->genTextureFromGraphicBuffer(frames.source(), true);
     if (inputTexture == nullptr) return UNKNOWN_ERROR;
@@ -217,11 +220,16 @@ void APipeGLConverter::reset() {
 
 void APipeGLConverter::releaseContext() {
     if (mHelper == nullptr) return;
-    mHelper->deleteFrameBuffer(mFrameBuffer);
-    mHelper->deleteVertexArrays(mVertexArray);
-    mHelper->deleteProgram(mProgram);
+    const APipeGLScope scope(mBinding);
+    // A context that is not current takes them along, and another one has objects of these names.
+    if (scope.isCurrent()) {
+        mHelper->deleteFrameBuffer(mFrameBuffer);
+        mHelper->deleteVertexArrays(mVertexArray);
+        mHelper->deleteProgram(mProgram);
+    }
     mHelper->release();
     mHelper.clear();
+    mBinding = {};
     mFrameBuffer = 0;
     mVertexArray = 0;
     mProgram = 0;
