@@ -49,9 +49,10 @@ protected:
                isColour(rgbaAt(mOutput, kSide - 3, 5), right);
     }
     // The road is clear: a fresh frame comes out as it should.
-    void expectGoodFrame() {
+    void expectGoodFrame() { expectGoodFrame(mConverter); }
+    void expectGoodFrame(APipeGLConverter& converter) {
         const auto output = rgbaFrame(kSide, kSide);
-        ASSERT_EQ(mConverter.convert(mInput, output), OK);
+        ASSERT_EQ(converter.convert(mInput, output), OK);
         EXPECT_TRUE(isColour(rgbaAt(output, 0, 0), kGrey));
         EXPECT_TRUE(isColour(rgbaAt(output, kSide - 1, kSide - 1), kBright));
     }
@@ -121,6 +122,9 @@ TEST_F(GlConverter, FollowsCropsFrameByFrame) {
     ASSERT_EQ(convert(mInput), OK);
     EXPECT_TRUE(shows(kGrey, kGrey)) << "another crop";
 
+    setCrop(INT32_MIN, 0, INT32_MAX, kSide);
+    EXPECT_EQ(convert(mInput), OK) << "any edges";
+
     setCrop(0, 0, kSide, kSide);
     ASSERT_EQ(convert(mInput), OK);
     EXPECT_TRUE(shows(kGrey, kBright)) << "the whole buffer";
@@ -150,6 +154,7 @@ TEST_F(GlConverter, StartsAfreshAfterResetAndAfterASecondInit) {
     }
     mConverter.reset();
     EXPECT_EQ(convert(mInput), UNKNOWN_ERROR);
+    EXPECT_FALSE(mConverter.updateCropIfChanged({0, 0, 0, 0}));
     mConverter.reset();
 }
 
@@ -240,6 +245,29 @@ TEST_F(GlConverter, ReportsEachFailureOfAFrameAndGoesOn) {
         EXPECT_EQ(host::glesCounts(), before) << c.what;
         expectGoodFrame();
     }
+    __android_log_set_minimum_priority(ANDROID_LOG_ERROR);
+    host::failGles(GlesFault::FenceCreate, 1);
+    EXPECT_EQ(convert(mInput), OK);
+    EXPECT_EQ(eglGetError(), EGL_SUCCESS) << "read though it is not logged";
+}
+
+TEST_F(GlConverter, LeavesOthersOnItsThreadAlone) {
+    APipeGLConverter other;
+    for (const int failing : {0, 1}) {
+        ASSERT_EQ(init(), OK);
+        ASSERT_EQ(other.init(glFormat(kSide, kSide)), OK);
+        const EGLContext current = eglGetCurrentContext();
+        expectGoodFrame();
+        host::failGles(GlesFault::MakeCurrent, 1);
+        EXPECT_EQ(convert(mInput), UNKNOWN_ERROR);
+        EXPECT_TRUE(hasError(kTag, "eglMakeCurrent failed: 0x3003"));
+        host::failGles(GlesFault::MakeCurrent, failing);
+        EXPECT_EQ(mConverter.init(nullptr), BAD_VALUE) << "lets its own go";
+        EXPECT_EQ(eglGetCurrentContext(), current);
+        EXPECT_EQ(host::glesCounts().programs, 1);
+        expectGoodFrame(other);
+    }
+    other.reset();
 }
 
 TEST_F(GlConverter, RefusesOtherThreads) {

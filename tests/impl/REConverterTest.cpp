@@ -95,7 +95,7 @@ TEST_F(REConverterTest, CropBecomesInclusiveAndWithoutOneTheWholeBufferIsTaken) 
     }
 
     constexpr int32_t kLeast = std::numeric_limits<int32_t>::min();
-    mInput->getMeta()->setRect("crop", 0, 0, kLeast, kLeast);
+    mInput->getMeta()->setRect("crop", 1, 1, kLeast, kLeast);
     EXPECT_EQ(mConverter->convert(mInput, mOutput), OK) << "the library judges it";
 }
 
@@ -107,7 +107,7 @@ TEST_F(REConverterTest, OnlyTheMetadataThatIsThereIsPassed) {
             const sp<AMessage> meta = mInput->getMeta();
             meta->clear();
             if (hasStream) meta->setBuffer("hdr-static-info", stream);
-            if (hasScene) meta->setBuffer("hdr10-plus-info", scene);
+            meta->setBuffer("hdr10-plus-info", hasScene ? scene : nullptr);
             const sp<AMessage> passed = converted().parameters;
             sp<ABuffer> found;
             EXPECT_EQ(passed->findBuffer("hdr-static-info", &found), hasStream);

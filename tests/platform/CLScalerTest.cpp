@@ -5,10 +5,27 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <cstdlib>
 #include <memory>
+#include <new>
 
 #include "support/LogCapture.h"
 #include "support/SampledFrames.h"
+
+namespace {
+int gNewsToFailure = 0;  // the operator new from now on that finds no memory; 0 for none
+}  // namespace
+
+void* operator new(size_t bytes) {
+    void* memory = gNewsToFailure > 0 && --gNewsToFailure == 0 ? nullptr : std::malloc(bytes);
+    return memory != nullptr ? memory : throw std::bad_alloc();
+}
+[[gnu::noinline]] void operator delete(void* memory) noexcept {
+    std::free(memory);
+}
+[[gnu::noinline]] void operator delete(void* memory, size_t /*bytes*/) noexcept {
+    std::free(memory);
+}
 
 namespace cl {
 namespace {
@@ -90,6 +107,11 @@ TEST(CLScalerTest, RefusesWhatItCannotScale) {
                   nullptr);
     }
     EXPECT_EQ(log.count(ANDROID_LOG_ERROR, "CLScaler", "createScaler"), std::size(cases));
+    for (const int failing : {1, 2, 3}) {
+        gNewsToFailure = failing;
+        EXPECT_EQ(createScaler(1, 8, 8, 8, 8, 8, 8), nullptr) << failing;
+    }
+    EXPECT_EQ(log.count(ANDROID_LOG_ERROR, "CLScaler", "out of memory"), 3U);
     destroyScaler(nullptr);
 }
 

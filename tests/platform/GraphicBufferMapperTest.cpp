@@ -102,6 +102,7 @@ TEST_F(GraphicBufferMapperTest, RectangleMustLieInside) {
         EXPECT_EQ(unlock(buffer->handle), OK);
         EXPECT_EQ(unlock(buffer->handle), OK);
     }
+    static_assert(Rect() == Rect(0, 0, -1, -1) && !Rect().isValid() && Rect(0, 0).isValid());
     const Rect outside[] = {Rect(),
                             Rect(21, 10),
                             Rect(20, 11),

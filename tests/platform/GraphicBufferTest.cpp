@@ -102,7 +102,7 @@ TEST_F(GraphicBufferTest, NobodyCanResizeTheMemory) {
 void expectFailed(const sp<GraphicBuffer>& buffer, status_t status) {
     EXPECT_EQ(buffer->initCheck(), status);
     EXPECT_EQ(buffer->handle, nullptr);
-    EXPECT_EQ(buffer->getBounds(), Rect());
+    EXPECT_EQ(buffer->getBounds(), Rect(0, 0));
     EXPECT_EQ(buffer->getStride(), 0U);
     EXPECT_FALSE(host::pixelsOf(*buffer));
     void* address = nullptr;

@@ -3,7 +3,9 @@
 #include <host/Hdr10PlusInfo.h>
 #include <host/HdrStaticInfo.h>
 
+#include <array>
 #include <cstdint>
+#include <limits>
 #include <optional>
 #include <vector>
 
@@ -51,13 +53,21 @@ TEST(HdrStaticInfoTest, LayoutIsThatOfTheDescriptor) {
     EXPECT_DOUBLE_EQ(read->maxFrameAverageLight, 300);
 }
 
-TEST(HdrStaticInfoTest, ValuesBeyondTheUnitsBecomeTheNearest) {
-    const HdrStaticInfo info = {.maxLuminance = 1e9, .minLuminance = 100, .maxContentLight = -5};
+TEST(HdrInfoTest, ValuesBeyondTheUnitsBecomeTheNearest) {
+    constexpr double kNone = std::numeric_limits<double>::quiet_NaN();
+    const HdrStaticInfo info = {.maxLuminance = 1e9,
+                                .minLuminance = 100,
+                                .maxContentLight = -5,
+                                .maxFrameAverageLight = kNone};
     const auto read = HdrStaticInfo::fromBlob(info.toBlob());
     ASSERT_TRUE(read);
     EXPECT_DOUBLE_EQ(read->maxLuminance, 65535);
     EXPECT_DOUBLE_EQ(read->minLuminance, 6.5535);
     EXPECT_DOUBLE_EQ(read->maxContentLight, 0);
+    EXPECT_DOUBLE_EQ(read->maxFrameAverageLight, 0);
+    const auto scene = Hdr10PlusInfo::fromBlob(Hdr10PlusInfo{.maxScl = {1e9, -5, kNone}}.toBlob());
+    ASSERT_TRUE(scene);
+    EXPECT_EQ(scene->maxScl, (std::array<double, 3>{10000, 0, 0}));
 }
 
 TEST(Hdr10PlusInfoTest, LayoutIsThatOfTheMessage) {

@@ -59,6 +59,11 @@ std::string fragmentSource(const Matrix& matrix, const Range& range) {
            "fragColor = vec4(nv12_to_rgba(yuv), 1.0); }";
 }
 
+// In 64 bits: a client may set any edges.
+bool hasSize(const Rect& crop, int width, int height) {
+    return int64_t{crop.right} - crop.left == width && int64_t{crop.bottom} - crop.top == height;
+}
+
 }  // namespace
 
 APipeGLConverter::APipeGLConverter() : mFragmentSource(fragmentSource(kBt709, kLimited)) {}
@@ -108,6 +113,7 @@ status_t APipeGLConverter::setUpContext() {
         ALOGE("failed to initialize EGL");
         return UNKNOWN_ERROR;
     }
+    mBinding = APipeGLScope::ofThread();
     if (mHelper->createProgram(mProgram, kVertexSource, mFragmentSource) != OK) {
         ALOGE("failed to create program");
         return UNKNOWN_ERROR;
@@ -127,6 +133,8 @@ status_t APipeGLConverter::convert(const sp<APipeBuffer>& input, const sp<APipeB
     }
     const APipeGraphicPair frames(LOG_TAG, "convert", input, output);
     if (!frames.isComplete()) return UNKNOWN_ERROR;
+    const APipeGLScope scope(mBinding);
+    if (!scope.isCurrent()) return UNKNOWN_ERROR;
     // The output's texture goes first, both before this call returns.
     const auto inputTexture = mHelper->genTextureFromGraphicBuffer(frames.source(), true);
     if (inputTexture == nullptr) return UNKNOWN_ERROR;
@@ -146,11 +154,11 @@ void APipeGLConverter::followCrop(const sp<APipeBuffer>& input, int width, int h
     }
     const Rect bounds(width, height);
     // The same crop means other texture coordinates in a buffer of another size.
-    const bool resized = !mCropBounds.isEmpty() && mCropBounds != bounds;
+    const bool resized = mCropBounds.isValid() && mCropBounds != bounds;
     mCropBounds = bounds;
     if (!updateCropIfChanged(crop) && !resized) return;
 
-    const bool isWhole = crop.getWidth() == width && crop.getHeight() == height;
+    const bool isWhole = hasSize(crop, width, height);
     if (isWhole && !mCropped) return;
     mCropped = !isWhole;
     mHelper->setCrop(isWhole ? bounds : crop, width, height);
@@ -212,16 +220,21 @@ void APipeGLConverter::reset() {
 
 void APipeGLConverter::releaseContext() {
     if (mHelper == nullptr) return;
-    mHelper->deleteFrameBuffer(mFrameBuffer);
-    mHelper->deleteVertexArrays(mVertexArray);
-    mHelper->deleteProgram(mProgram);
+    const APipeGLScope scope(mBinding);
+    // A context that is not current takes them along, and another one has objects of these names.
+    if (scope.isCurrent()) {
+        mHelper->deleteFrameBuffer(mFrameBuffer);
+        mHelper->deleteVertexArrays(mVertexArray);
+        mHelper->deleteProgram(mProgram);
+    }
     mHelper->release();
     mHelper.clear();
+    mBinding = {};
     mFrameBuffer = 0;
     mVertexArray = 0;
     mProgram = 0;
     // The next quad covers the whole texture, whatever crop this one ended with.
-    mCrop = Rect();
+    mCrop = Rect(0, 0, 0, 0);
     mCropBounds = Rect();
     mCropped = false;
 }

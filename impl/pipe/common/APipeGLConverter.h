@@ -8,6 +8,7 @@
 #include <thread>
 
 #include "APipeConverter.h"
+#include "APipeGLScope.h"
 #include "OpenGLHelper.h"
 
 namespace android {
@@ -22,9 +23,10 @@ namespace android {
 /// A converter owns an EGL context and gives it up in reset() only: call that before the last
 /// reference goes.
 ///
-/// Threading: loop-bound to the thread that ran init(), where the context is current. convert(),
-/// reset() and another init() from elsewhere are refused with an error log. Of two converters on
-/// one thread, only the one whose init() ran last may be used.
+/// Threading: loop-bound to the thread that ran init(), where the context is current afterwards.
+/// convert(), reset() and another init() from elsewhere are refused with an error log. Converters
+/// on one thread do not touch each other: convert() and reset() make their own context current and
+/// give the one before back.
 class PLEXA_EXPORT APipeGLConverter : public APipeConverter {
 public:
     APipeGLConverter();
@@ -43,8 +45,8 @@ public:
     /// @return OK when the frame was drawn, even if the wait for the GPU failed or ran out, which
     /// is
     ///         logged; UNKNOWN_ERROR before a successful init(), without a graphics buffer on both
-    ///         sides, or when one cannot be made a texture: that concerns this frame only;
-    ///         INVALID_OPERATION on another thread than init()'s.
+    ///         sides, or when one cannot be made a texture or the context not current: that
+    ///         concerns this frame only; INVALID_OPERATION on another thread than init()'s.
     status_t convert(const sp<APipeBuffer>& input, const sp<APipeBuffer>& output) override;
 
     /// A platform dataspace, for the next init(); see getFragmentSource().
@@ -68,14 +70,16 @@ private:
     void drawInto(GLuint output, GLuint input);
 
     sp<OpenGLHelper> mHelper;
-    Rect mCrop;
+    APipeGLScope::Binding mBinding;
+    Rect mCrop{0, 0, 0, 0};
     std::string mFragmentSource;
     int mDstWidth = 0;
     int mDstHeight = 0;
     GLuint mProgram = 0;
     GLuint mVertexArray = 0;
     GLuint mFrameBuffer = 0;
-    // Bounds of the buffer that mCrop came with, and whether the quad samples less than all of it.
+    // Bounds of the buffer that mCrop came with, invalid before the first, and whether the quad
+    // samples less than all of it.
     Rect mCropBounds;
     bool mCropped = false;
     std::thread::id mInitThread;

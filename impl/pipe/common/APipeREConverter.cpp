@@ -28,20 +28,21 @@ Rect visiblePart(const AMessage& meta, const GraphicBuffer& source) {
     return Rect(static_cast<int32_t>(source.getWidth()), static_cast<int32_t>(source.getHeight()));
 }
 
-// Wide in between: a client may set any edge.
-int32_t lastBefore(int32_t edge) {
-    return static_cast<int32_t>(int64_t{edge} - 1);
+// Wide in between: a client may set any edges.
+int32_t difference(int32_t edge, int32_t other) {
+    return static_cast<int32_t>(int64_t{edge} - other);
 }
 
 void passBuffer(const AMessage& meta, const char* name, AMessage* parameters) {
     sp<ABuffer> buffer;
-    if (meta.findBuffer(name, &buffer)) parameters->setBuffer(name, buffer);
+    meta.findBuffer(name, &buffer);
+    if (buffer != nullptr) parameters->setBuffer(name, buffer);
 }
 
 sp<AMessage> captureParameters(const AMessage& meta, const Rect& visible, const Rect& inclusive) {
     sp<AMessage> parameters = new AMessage;
-    parameters->setInt32("width", visible.getWidth());
-    parameters->setInt32("height", visible.getHeight());
+    parameters->setInt32("width", difference(visible.right, visible.left));
+    parameters->setInt32("height", difference(visible.bottom, visible.top));
     parameters->setRect("crop", inclusive.left, inclusive.top, inclusive.right, inclusive.bottom);
     passBuffer(meta, "hdr-static-info", parameters.get());
     passBuffer(meta, "hdr10-plus-info", parameters.get());
@@ -77,8 +78,8 @@ status_t APipeREConverter::convert(const sp<APipeBuffer>& input, const sp<APipeB
     if (!frames.isComplete()) return UNKNOWN_ERROR;
     const sp<AMessage> meta = input->getMeta();
     const Rect visible = visiblePart(*meta, *frames.source());
-    const Rect inclusive(visible.left, visible.top, lastBefore(visible.right),
-                         lastBefore(visible.bottom));
+    const Rect inclusive(visible.left, visible.top, difference(visible.right, 1),
+                         difference(visible.bottom, 1));
     const status_t err = mFrameCaptureLayer->capture(
         frames.source(), inclusive, captureParameters(*meta, visible, inclusive),
         HalPixelFormat::RGBA_8888, output->getWidth(), output->getHeight(), frames.destination());

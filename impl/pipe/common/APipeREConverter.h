@@ -26,7 +26,7 @@ public:
     /// Renders the visible part of input. Read from its metadata, all of it optional: "crop" (a
     /// rect, right and bottom exclusive; without it the whole buffer, after a warning in the log),
     /// "dataSpace" (int32, 0 without it), and the buffers "hdr-static-info" and "hdr10-plus-info",
-    /// which the library gets as they are. The output is Rgba8888.
+    /// which the library gets as they are, null ones excepted. The output is Rgba8888.
     ///
     /// @return the library's status; UNKNOWN_ERROR before init, or when a buffer is not in graphics
     ///         memory.

@@ -312,7 +312,9 @@ void OpenGLHelper::draw() {
 
     const EGLSyncKHR sync = eglCreateSyncKHR(mDisplay, EGL_SYNC_FENCE_KHR, nullptr);
     if (sync == EGL_NO_SYNC_KHR) {
-        ALOGW("failed to create EGL fence sync: %#x", eglGetError());
+        // Asked for whether or not it is logged: otherwise the next call would seem to have failed.
+        const EGLint error = eglGetError();
+        ALOGW("failed to create EGL fence sync: %#x", error);
         return;
     }
     const EGLint result =

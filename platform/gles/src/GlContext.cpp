@@ -67,8 +67,9 @@ private:
 };
 
 Rect intersection(const Rect& a, const Rect& b) {
-    return {std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right),
-            std::min(a.bottom, b.bottom)};
+    const Rect both = {std::max(a.left, b.left), std::max(a.top, b.top), std::min(a.right, b.right),
+                       std::min(a.bottom, b.bottom)};
+    return both.left < both.right && both.top < both.bottom ? both : Rect();
 }
 
 Rect hull(const Rect& a, const Rect& b) {

@@ -20,8 +20,8 @@ using host::BufferLayout;
 using host::GraphicAllocation;
 
 bool isInside(const Rect& bounds, const host::BufferRequest& buffer) {
-    return !bounds.isEmpty() && bounds.left >= 0 && bounds.top >= 0 &&
-           static_cast<uint32_t>(bounds.right) <= buffer.width &&
+    return bounds.left >= 0 && bounds.top >= 0 && bounds.left < bounds.right &&
+           bounds.top < bounds.bottom && static_cast<uint32_t>(bounds.right) <= buffer.width &&
            static_cast<uint32_t>(bounds.bottom) <= buffer.height;
 }
 

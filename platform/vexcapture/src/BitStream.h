@@ -1,12 +1,21 @@
 // Bit fields in a row of bytes, most significant bit first.
 #pragma once
 
+#include <algorithm>
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <span>
 #include <vector>
 
 namespace android::capture {
+
+// The whole number of units nearest to a value that a field of 0 to `most` holds. What is no number
+// becomes 0, which stands for "not known".
+inline uint32_t fieldOf(double value, double unit, uint32_t most) {
+    const double units = std::round(value / unit);
+    return units > 0 ? static_cast<uint32_t>(std::min<double>(units, most)) : 0;
+}
 
 // Reads fields; past the end they are 0 and ranOut() is true.
 // Threading: reentrant.

@@ -5,8 +5,6 @@
 
 #include <utils/Log.h>
 
-#include <algorithm>
-#include <cmath>
 #include <cstdint>
 #include <span>
 
@@ -29,6 +27,7 @@ constexpr uint32_t kNewestVersion = 1;
 constexpr unsigned kWindowBits = 4 * 16 + 2 * 16 + 8 + 3 * 16 + 1;  // placement of a further window
 constexpr unsigned kLightBits = 17;
 constexpr double kLightUnit = 0.1;  // cd/m2: 0.00001 of the 10000 of PQ
+constexpr uint32_t kMostLight = 100000;
 
 bool readHeader(BitReader& reader) {
     const uint32_t country = reader.read(8);
@@ -52,12 +51,6 @@ void skipToLightLevels(BitReader& reader) {
     }
 }
 
-void writeLight(BitWriter& writer, double light) {
-    const double most = 10000 / kLightUnit;
-    writer.write(static_cast<uint32_t>(std::clamp(std::round(light / kLightUnit), 0.0, most)),
-                 kLightBits);
-}
-
 }  // namespace
 
 sp<ABuffer> Hdr10PlusInfo::toBlob() const {
@@ -71,7 +64,7 @@ sp<ABuffer> Hdr10PlusInfo::toBlob() const {
     writer.write(0, 27);  // display aimed at: not known
     writer.write(0, 1);   // no peak luminances of that display's parts
     for (const double light : maxScl)
-        writeLight(writer, light);
+        writer.write(capture::fieldOf(light, kLightUnit, kMostLight), kLightBits);
     writer.write(0, kLightBits);  // average
     writer.write(0, 4);           // percentiles
     writer.write(0, 10);          // fraction of bright pixels

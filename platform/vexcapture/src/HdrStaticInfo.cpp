@@ -5,10 +5,10 @@
 
 #include <utils/Log.h>
 
-#include <algorithm>
-#include <cmath>
 #include <cstddef>
 #include <cstdint>
+
+#include "BitStream.h"
 
 namespace android::host {
 namespace {
@@ -40,8 +40,7 @@ sp<ABuffer> HdrStaticInfo::toBlob() const {
     uint8_t* next = blob->data();
     *next++ = kType1;
     forEachField(*this, [&next](double value, double unit) {
-        const double rounded = std::clamp(std::round(value / unit), 0.0, double{UINT16_MAX});
-        const auto number = static_cast<uint16_t>(rounded);
+        const uint32_t number = capture::fieldOf(value, unit, UINT16_MAX);
         *next++ = static_cast<uint8_t>(number & 0xFF);
         *next++ = static_cast<uint8_t>(number >> 8);
     });

@@ -1,11 +1,11 @@
 // PlanarImage: three planes of samples in memory that vector code likes.
 #pragma once
 
+#include <ZimgUse.h>
+
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
-#include <memory>
 
 namespace android::capture {
 
@@ -43,13 +43,9 @@ public:
     const Shape& shape() const { return mShape; }
 
 private:
-    struct Free {
-        void operator()(uint8_t* memory) const { std::free(memory); }
-    };
-
     Shape mShape;
     std::array<Plane, kPlanes> mPlanes;
-    std::unique_ptr<uint8_t, Free> mMemory;
+    host::ZimgMemory mMemory;
 };
 
 }  // namespace android::capture

@@ -50,12 +50,16 @@ zimg_image_format frameFormat(const FrameShape& frame, const ColorPlan& plan) {
     return format;
 }
 
-zimg_graph_builder_params filterParams(const ColorPlan& plan) {
+zimg_graph_builder_params filterParams(const FrameShape& frame, int32_t width,
+                                       const ColorPlan& plan) {
     zimg_graph_builder_params params;
     zimg_graph_builder_params_default(&params, ZIMG_API_VERSION);
     // Sharp, and exact where nothing is scaled. Chroma, always scaled, must not ring.
     params.resample_filter = ZIMG_RESIZE_SPLINE36;
     params.resample_filter_uv = ZIMG_RESIZE_BILINEAR;
+    constexpr unsigned kSpline36Radius = 3;
+    params.cpu_type = host::zimgKernelsFor(static_cast<unsigned>(frame.planes.width),
+                                           static_cast<unsigned>(width), kSpline36Radius);
     params.nominal_peak_luminance = kFullScaleNits;
     // Tables in place of the exact curves move codes by 1 at most and halve the time of a capture.
     // With HLG they would leave out that its OOTF goes by luminance.
@@ -146,7 +150,7 @@ status_t Renderer::buildGraphs(const Setup& setup) {
     const zimg_image_format frame = frameFormat(setup.frame, setup.plan);
     const zimg_image_format light = lightFormat(setup.width, setup.height);
     const zimg_image_format picture = pictureFormat(setup.width, setup.height);
-    const zimg_graph_builder_params params = filterParams(setup.plan);
+    const zimg_graph_builder_params params = filterParams(setup.frame, setup.width, setup.plan);
     if (!setup.plan.needsMapping()) return mDecode.build(frame, picture, params);
     const status_t status = mDecode.build(frame, light, params);
     return status == OK ? mEncode.build(light, picture, params) : status;

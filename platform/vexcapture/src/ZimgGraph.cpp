@@ -11,9 +11,6 @@
 namespace android::capture {
 namespace {
 
-// What the library's vector code asks of memory.
-constexpr size_t kAlignment = 64;
-
 status_t logFailure(const char* what) {
     std::array<char, 256> message = {};
     const zimg_error_code_e code = zimg_get_last_error(message.data(), message.size());
@@ -39,8 +36,7 @@ status_t ZimgGraph::build(const zimg_image_format& source, const zimg_image_form
     if (zimg_filter_graph_get_tmp_size(mGraph.get(), &bytes) != ZIMG_ERROR_SUCCESS) {
         return logFailure("no size of working memory");
     }
-    mWorkMemory.reset(
-        std::aligned_alloc(kAlignment, (bytes + kAlignment) / kAlignment * kAlignment));
+    mWorkMemory = host::allocateForZimg(bytes);
     if (mWorkMemory != nullptr) return OK;
     ALOGE("no %zu bytes of working memory", bytes);
     return NO_MEMORY;

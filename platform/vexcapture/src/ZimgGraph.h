@@ -1,11 +1,8 @@
 // ZimgGraph: a filter graph of the colour library with its working memory.
 #pragma once
 
+#include <ZimgUse.h>
 #include <utils/Errors.h>
-#include <zimg.h>
-
-#include <cstdlib>
-#include <memory>
 
 #include "PlanarImage.h"
 
@@ -27,13 +24,8 @@ public:
     status_t process(const PlanarImage& source, const PlanarImage& destination) const;
 
 private:
-    struct Free {
-        void operator()(zimg_filter_graph* graph) const { zimg_filter_graph_free(graph); }
-        void operator()(void* memory) const { std::free(memory); }
-    };
-
-    std::unique_ptr<zimg_filter_graph, Free> mGraph;
-    std::unique_ptr<void, Free> mWorkMemory;
+    host::ZimgFilters mGraph;
+    host::ZimgMemory mWorkMemory;
 };
 
 }  // namespace android::capture

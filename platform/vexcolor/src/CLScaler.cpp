@@ -4,6 +4,8 @@
 
 #include <log/log.h>
 
+#include <new>
+
 #include "FrameFormat.h"
 #include "Scaler.h"
 
@@ -24,7 +26,7 @@ std::optional<cl::FrameFormat> formatOf(int32_t src, int32_t dst) {
 }  // namespace
 
 void* createScaler(int32_t mode, int64_t srcWidth, int64_t srcHeight, int64_t dstWidth,
-                   int64_t dstHeight, int32_t srcFormat, int32_t dstFormat) {
+                   int64_t dstHeight, int32_t srcFormat, int32_t dstFormat) try {
     const auto from = cl::frameSizeOf(srcWidth, srcHeight);
     const auto to = cl::frameSizeOf(dstWidth, dstHeight);
     const auto format = formatOf(srcFormat, dstFormat);
@@ -35,6 +37,9 @@ void* createScaler(int32_t mode, int64_t srcWidth, int64_t srcHeight, int64_t ds
         return nullptr;
     }
     return cl::Scaler::make(*from, *to, *format).release();
+} catch (const std::bad_alloc&) {
+    ALOGE("createScaler: out of memory");
+    return nullptr;
 }
 
 bool scale(void* scaler, const android::sp<android::GraphicBuffer>& input,

@@ -25,7 +25,7 @@ public:
     // refused them.
     virtual bool scale(const Plane& from, const Plane& to) = 0;
 
-    // The fastest kernel that is exact about positions. Null, after an error log, without memory.
+    // The fastest kernel that is exact about positions. Null and exceptions as of Scaler::make.
     static std::unique_ptr<PlaneScaler> make(FrameSize from, FrameSize to, PlaneKind kind);
 };
 

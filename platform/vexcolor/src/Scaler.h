@@ -17,7 +17,8 @@ class Scaler {
 public:
     using Buffer = android::sp<android::GraphicBuffer>;
 
-    // Null, after an error log, without memory. The format is linear and the same on both sides.
+    // Null, after an error log, without a kernel or memory for its samples; bad_alloc without
+    // memory for objects. The format is linear and the same on both sides.
     static std::unique_ptr<Scaler> make(FrameSize from, FrameSize to, FrameFormat format);
 
     // False after an error log with the cause.

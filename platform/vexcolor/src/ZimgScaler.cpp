@@ -10,25 +10,17 @@
 namespace cl {
 namespace {
 
-// What zimg wants addresses and strides to be multiples of when it may use every instruction set.
-// The allocator's luma rows are.
-constexpr size_t kAlignment = 64;
+using android::host::alignForZimg;
+using android::host::allocateForZimg;
+
+constexpr unsigned kBilinearRadius = 1;
 
 // Of 16-bit samples that libyuv need not shift.
 constexpr int kDepth16 = 16;
 
-constexpr size_t alignUp(size_t value) {
-    return (value + kAlignment - 1) / kAlignment * kAlignment;
-}
-
 // Some of zimg's kernels write rows in such pieces, whatever the width.
 constexpr bool isWhole(size_t rowBytes) {
-    return rowBytes % kAlignment == 0;
-}
-
-uint8_t* allocateAligned(size_t bytes) {
-    return static_cast<uint8_t*>(
-        std::aligned_alloc(kAlignment, alignUp(std::max<size_t>(bytes, 1))));
+    return rowBytes == alignForZimg(rowBytes);
 }
 
 zimg_image_format formatOf(FrameSize size, uint32_t bytesPerSample) {
@@ -88,9 +80,7 @@ bool ZimgScaler::buildGraph(FrameSize from, FrameSize to) {
     zimg_graph_builder_params_default(&params, ZIMG_API_VERSION);
     params.resample_filter = ZIMG_RESIZE_BILINEAR;
     params.dither_type = ZIMG_DITHER_NONE;
-    // Not AUTO_64B: with vectors of 64 bytes, zimg 3.0.4 leaves out samples at one width in a
-    // hundred.
-    params.cpu_type = ZIMG_CPU_AUTO;
+    params.cpu_type = android::host::zimgKernelsFor(from.width, to.width, kBilinearRadius);
     mGraph.reset(zimg_filter_graph_build(&source, &target, &params));
     if (mGraph != nullptr) return true;
 
@@ -104,7 +94,7 @@ bool ZimgScaler::buildGraph(FrameSize from, FrameSize to) {
 bool ZimgScaler::allocate(FrameSize from, FrameSize to) {
     size_t bytes = 0;
     zimg_filter_graph_get_tmp_size(mGraph.get(), &bytes);
-    mScratch.reset(allocateAligned(bytes));
+    mScratch = allocateForZimg(bytes);
     if (mScratch == nullptr) return false;
     const uint32_t sample = mKind.bytesPerSample;
     if (mKind.samplesPerUnit == 1) {
@@ -115,8 +105,8 @@ bool ZimgScaler::allocate(FrameSize from, FrameSize to) {
 }
 
 bool ZimgScaler::Component::allocate(FrameSize size, uint32_t bytesPerSample) {
-    stride = alignUp(size_t{size.width} * bytesPerSample);
-    memory.reset(allocateAligned(stride * size.height));
+    stride = alignForZimg(size_t{size.width} * bytesPerSample);
+    memory = allocateForZimg(stride * size.height);
     return memory != nullptr;
 }
 

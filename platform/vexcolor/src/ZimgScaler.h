@@ -1,10 +1,9 @@
 // ZimgScaler: scales planes by any ratio with zimg.
 #pragma once
 
-#include <zimg.h>
+#include <ZimgUse.h>
 
 #include <cstddef>
-#include <cstdlib>
 #include <memory>
 
 #include "PlaneScaler.h"
@@ -17,19 +16,15 @@ namespace cl {
 // Threading: reentrant.
 class ZimgScaler final : public PlaneScaler {
 public:
-    // Null, after an error log, without memory.
+    // Null and exceptions as of Scaler::make.
     static std::unique_ptr<ZimgScaler> make(FrameSize from, FrameSize to, PlaneKind kind);
 
     bool scale(const Plane& from, const Plane& to) override;
 
 private:
-    struct Free {
-        void operator()(void* memory) const { std::free(memory); }
-        void operator()(zimg_filter_graph* graph) const { zimg_filter_graph_free(graph); }
-    };
     // A plane of one component in memory of its own.
     struct Component {
-        std::unique_ptr<uint8_t, Free> memory;
+        android::host::ZimgMemory memory;
         size_t stride = 0;
 
         bool allocate(FrameSize size, uint32_t bytesPerSample);
@@ -45,8 +40,8 @@ private:
     void putTogether(const Plane& to);
 
     const PlaneKind mKind;
-    std::unique_ptr<zimg_filter_graph, Free> mGraph;
-    std::unique_ptr<uint8_t, Free> mScratch;
+    android::host::ZimgFilters mGraph;
+    android::host::ZimgMemory mScratch;
     Component mFrom[2];  // Cb and Cr
     Component mTo[2];    // Cb and Cr, or luma of which zimg would write more than its width
 };
