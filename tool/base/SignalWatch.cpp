@@ -17,34 +17,54 @@ namespace {
 sigset_t endingSignals() {
     sigset_t signals;
     sigemptyset(&signals);
-    for (int signal : {SIGINT, SIGTERM, SIGHUP})
-        sigaddset(&signals, signal);
+    for (int signal : {SIGINT, SIGTERM, SIGHUP}) {
+        struct sigaction inherited {};
+        sigaction(signal, nullptr, &inherited);
+        if (inherited.sa_handler != SIG_IGN) sigaddset(&signals, signal);
+    }
     return signals;
 }
 
 }  // namespace
 
-SignalWatch::SignalWatch(std::function<void()> onSignal) : mOnSignal(std::move(onSignal)) {
-    const sigset_t signals = endingSignals();
-    pthread_sigmask(SIG_BLOCK, &signals, nullptr);
-    mSignalFd = signalfd(-1, &signals, SFD_CLOEXEC);
+SignalWatch::SignalWatch(std::function<void()> onSignal)
+    : mOnSignal(std::move(onSignal)), mSignals(endingSignals()) {
+    pthread_sigmask(SIG_BLOCK, &mSignals, nullptr);
+    mSignalFd = signalfd(-1, &mSignals, SFD_CLOEXEC);
     mEndFd = eventfd(0, EFD_CLOEXEC);
     mThread = std::thread([this] { watch(); });
 }
 
 SignalWatch::~SignalWatch() {
+    stop();
+    close(mSignalFd);
+    close(mEndFd);
+}
+
+void SignalWatch::stop() {
+    if (!mThread.joinable()) return;
     const uint64_t one = 1;
     [[maybe_unused]] ssize_t written = write(mEndFd, &one, sizeof(one));
     mThread.join();
-    close(mSignalFd);
-    close(mEndFd);
+}
+
+void SignalWatch::passOn() {
+    stop();
+    if (mCaught == 0) return;
+    // Its disposition is still the default: only the mask kept it away.
+    raise(mCaught);
+    pthread_sigmask(SIG_UNBLOCK, &mSignals, nullptr);
 }
 
 void SignalWatch::watch() {
     std::array<pollfd, 2> polled = {pollfd{mSignalFd, POLLIN, 0}, pollfd{mEndFd, POLLIN, 0}};
     while (poll(polled.data(), polled.size(), -1) < 0 && errno == EINTR) {
     }
-    if (polled[0].revents != 0 && polled[1].revents == 0) mOnSignal();
+    signalfd_siginfo caught{};
+    if (polled[1].revents != 0) return;
+    if (read(mSignalFd, &caught, sizeof(caught)) != sizeof(caught)) return;
+    mCaught = static_cast<int>(caught.ssi_signo);
+    mOnSignal();
 }
 
 }  // namespace plexa

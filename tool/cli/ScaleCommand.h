@@ -23,13 +23,10 @@ public:
 
 private:
     Status checkOptions() const;
-    void report(const JobReport& report) const;
 
     CLI::App* mCommand;
+    SharedOptions mOptions;
     ScaleRequest mRequest;
-    bool mJson = false;
-    bool mQuiet = false;
-    bool mVerbose = false;
 };
 
 }  // namespace plexa

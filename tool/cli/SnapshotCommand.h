@@ -25,12 +25,10 @@ private:
     void addFrameOptions();
     void addPictureOptions();
     Status checkOptions() const;
-    void report(const SnapshotReport& report) const;
 
     CLI::App* mCommand;
+    SharedOptions mOptions;
     SnapshotRequest mRequest;
-    bool mQuiet = false;
-    bool mVerbose = false;
 };
 
 }  // namespace plexa

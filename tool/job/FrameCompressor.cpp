@@ -2,8 +2,9 @@
 #include "job/FrameCompressor.h"
 
 #include "base/Text.h"
-#include "job/FrameBuffers.h"
-#include "job/LibraryLog.h"
+#include "media/FrameBuffers.h"
+#include "media/LibraryLog.h"
+#include "media/PlanarFrame.h"
 
 namespace plexa {
 
@@ -12,9 +13,7 @@ using android::APipeBuffer;
 using android::APipeConverter;
 using android::sp;
 
-Status FrameCompressor::open() {
-    const auto& [width, height, bitDepth] =
-        std::tie(mFormat.width, mFormat.height, mFormat.bitDepth);
+Status FrameCompressor::open(int width, int height, int bitDepth) {
     mLinear = allocateLinear(bitDepth, width, height, 0);
     mConverter = APipeConverter::Create(APipeConverter::kTypeCL);
     sp<AMessage> formats = new AMessage();
@@ -28,8 +27,7 @@ Status FrameCompressor::open() {
 }
 
 Status FrameCompressor::compress(const AVFrame& frame, const sp<APipeBuffer>& destination) {
-    Status status = mLoader.load(frame, pixelsOf(mLinear));
-    if (!status.isOk()) return status;
+    pack(frame, pixelsOf(mLinear));
     if (mConverter->convert(mLinear, destination) == android::OK) return {};
     return Status::error(withLibraryError("a frame could not be compressed"));
 }

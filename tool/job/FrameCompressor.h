@@ -5,7 +5,8 @@
 
 #include <memory>
 
-#include "media/FrameLoader.h"
+#include "base/Status.h"
+#include "media/AvHandles.h"
 
 namespace plexa {
 
@@ -17,17 +18,13 @@ namespace plexa {
  */
 class FrameCompressor {
 public:
-    /** For frames of this format. */
-    explicit FrameCompressor(const VideoFormat& format) : mFormat(format), mLoader(format) {}
-
-    Status open();
+    /** For planar frames of this size with 8 or 10 bits; again for others. */
+    Status open(int width, int height, int bitDepth);
 
     /** Fills `destination`, a buffer of allocateCompressed(), with `frame`. */
     Status compress(const AVFrame& frame, const android::sp<android::APipeBuffer>& destination);
 
 private:
-    VideoFormat mFormat;
-    FrameLoader mLoader;
     android::sp<android::APipeBuffer> mLinear;
     std::shared_ptr<android::APipeConverter> mConverter;
 };

@@ -5,6 +5,7 @@
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <mutex>
 
 #include "base/DurationHistogram.h"
@@ -20,25 +21,28 @@ namespace plexa {
  * The first failure, wherever it happens, ends both waits. So does a chain that owes a frame and is
  * silent for a minute: no wait is for ever.
  *
- * Frames leave the chain in the order in which they entered it; their exact times stay here
- * meanwhile, and what the chain says of a frame is checked against them.
+ * Frames leave the chain in the order in which they entered it; their exact times and their
+ * properties stay here meanwhile, and what the chain says of a frame is checked against them.
  *
  * Threading: thread-safe.
  */
 class FrameTraffic final : public NoticeListener {
 public:
     /** Input buffers have the ids from 0 to `inputs` - 1, all free at first. */
-    explicit FrameTraffic(int inputs);
+    explicit FrameTraffic(int inputs) { startAnew(inputs); }
 
     /** Waits for a free input buffer; false once the job has failed. */
     bool takeFreeInput(int* bufferId);
+    using Properties = std::shared_ptr<const AVFrame>;
+
     /** An input is about to be queued: a frame with its times, or the mark of the end. */
-    void inputQueued(FrameTime time, int64_t timeUs);
+    void inputQueued(FrameTime time, int64_t timeUs, Properties properties);
     void endQueued(int64_t timeUs);
 
     struct FilledOutput {
         int bufferId = -1;
         FrameTime time;
+        Properties properties;
         bool isEnd = false;  // the mark of the end, not a frame
     };
 
@@ -46,6 +50,9 @@ public:
     bool takeFilledOutput(FilledOutput* output);
     /** An output buffer is about to be queued. */
     void outputQueued();
+
+    /** After the mark of the end and the chain's release: all inputs are free, no output is out. */
+    void startAnew(int inputs);
 
     /** Ends the job with this error, unless it has failed before. */
     void fail(const Status& status);
@@ -65,11 +72,12 @@ private:
     struct FrameInChain {
         FrameTime time;
         int64_t timeUs;
+        Properties properties;
         bool isEnd;
         Clock::time_point queued;
     };
 
-    void enter(FrameTime time, int64_t timeUs, bool isEnd);
+    void enter(FrameTime time, int64_t timeUs, Properties properties, bool isEnd);
     template <typename Condition>
     bool wait(std::unique_lock<std::mutex>* lock, Condition isThere);
     void failLocked(const Status& status);
@@ -82,6 +90,7 @@ private:
     std::deque<FrameInChain> mInChain;
     std::deque<FilledOutput> mFilled;
     int mOutputsInChain = 0;
+    bool mEnded = false;  // the mark of the end is out; what comes now comes home unused
     Clock::time_point mLastActivity = Clock::now();
     DurationHistogram mChainTimes;
     Status mFailure;

@@ -16,6 +16,11 @@ constexpr std::chrono::seconds kDeadline{60};
 
 }  // namespace
 
+void NoticeHandler::startAnew() {
+    std::scoped_lock lock(mLock);
+    mNotices.clear();
+}
+
 bool NoticeHandler::waitForInit() {
     waitForEither(APipe::kWhatInitCompleted, APipe::kWhatError);
     std::scoped_lock lock(mLock);

@@ -33,6 +33,8 @@ public:
     /** `listener` is borrowed until the looper has stopped. */
     explicit NoticeHandler(NoticeListener* listener) : mListener(listener) {}
 
+    /** Forgets the notices so far; before the chain's init. */
+    void startAnew();
     /** Waits until the whole chain is up; false if a stage failed, or in a minute nothing came. */
     bool waitForInit();
     /** Waits until the whole chain is released, at most a minute. */

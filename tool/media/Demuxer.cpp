@@ -4,6 +4,7 @@
 #include <sys/stat.h>
 
 #include <cstring>
+#include <map>
 
 #include "base/Text.h"
 #include "media/AvMessages.h"
@@ -33,6 +34,17 @@ bool isDirectory(const std::string& path) {
     return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
+std::string valueOf(const AVDictionary* tags, const char* key) {
+    const AVDictionaryEntry* entry = av_dict_get(tags, key, nullptr, 0);
+    return entry != nullptr ? entry->value : "";
+}
+
+std::string kindOf(const AVStream& stream) {
+    if ((stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) return "attached picture";
+    const char* type = av_get_media_type_string(stream.codecpar->codec_type);
+    return std::string(type != nullptr ? type : "unknown") + " stream";
+}
+
 }  // namespace
 
 Demuxer::Demuxer(const Cancellation& cancellation)
@@ -56,8 +68,7 @@ Status Demuxer::openContainer(const std::string& path) {
         }
         input->pb = mPipe.io();
     }
-    const AVInputFormat* format = path == "-" ? av_find_input_format(kYuv4Mpeg) : nullptr;
-    int result = avformat_open_input(&input, urlOf(path).c_str(), format, nullptr);
+    int result = avformat_open_input(&input, urlOf(path).c_str(), nullptr, nullptr);
     if (result < 0) return unreadable(result);
     mInput.reset(input);
     // The demuxer of ANSI art takes plain text for moving pictures.
@@ -85,7 +96,10 @@ Status Demuxer::chooseStream() {
 }
 
 Status Demuxer::unreadable(int error) const {
-    return Status::error(mName + ": cannot be read: " + avErrorWithLog(error));
+    const std::string cause = avErrorWithLog(error);
+    const bool needsSeeking = mPipe.isOpen() && cause.find("moov") != std::string::npos;
+    return Status::error(mName + ": cannot be read: " + cause +
+                         (needsSeeking ? "; a pipe cannot go back: name the file itself" : ""));
 }
 
 Status Demuxer::read(AVPacket* packet) {
@@ -126,6 +140,27 @@ AVRational Demuxer::frameRate() const {
 
 AVRational Demuxer::sampleAspectRatio(AVFrame* frame) const {
     return av_guess_sample_aspect_ratio(mInput.get(), mStream, frame);
+}
+
+std::string Demuxer::fileTag(const char* key) const {
+    return valueOf(mInput->metadata, key);
+}
+
+std::string Demuxer::streamTag(const char* key) const {
+    return valueOf(mStream->metadata, key);
+}
+
+std::vector<std::string> Demuxer::leftOut() const {
+    std::map<std::string, int> kinds;
+    for (unsigned i = 0; i < mInput->nb_streams; ++i) {
+        const AVStream* stream = mInput->streams[i];
+        if (stream != mStream) ++kinds[kindOf(*stream)];
+    }
+    if (mInput->nb_chapters > 0) kinds["chapter"] = static_cast<int>(mInput->nb_chapters);
+    std::vector<std::string> result;
+    for (const auto& [kind, count] : kinds)
+        result.push_back(text("%d %s%s", count, kind.c_str(), count > 1 ? "s" : ""));
+    return result;
 }
 
 int64_t Demuxer::expectedFrames() const {

@@ -12,9 +12,9 @@
 namespace plexa {
 
 /**
- * One input of any container that FFmpeg's libraries know; "-" is a YUV4MPEG stream on standard
- * input. It chooses the best video stream and leaves the others out. A file that ends before its
- * own index says, or inside a frame, is an error and not an end.
+ * One input of any container that FFmpeg's libraries know; "-" is standard input. It chooses the
+ * best video stream and leaves the others out. A file that ends before its own index says, or
+ * inside a frame, is an error and not an end.
  *
  * Threading: reentrant.
  */
@@ -30,14 +30,18 @@ public:
 
     /** The chosen stream; valid after open(). */
     AVStream* stream() const { return mStream; }
+
     /** Frames per second as container and stream tell it; 0 if they do not. */
     AVRational frameRate() const;
     /** Width by height of a sample of this frame; 0 if nothing tells. */
     AVRational sampleAspectRatio(AVFrame* frame) const;
     /** How many frames the stream should have, 0 if nothing tells. */
     int64_t expectedFrames() const;
-    /** Streams that hold sound, subtitles or data and are left out. */
-    int otherStreams() const { return static_cast<int>(mInput->nb_streams) - 1; }
+    /** What an entry of the file's metadata, or of the stream's, says; empty without it. */
+    std::string fileTag(const char* key) const;
+    std::string streamTag(const char* key) const;
+    /** What the input holds beside this stream, one entry for each kind: "2 audio streams". */
+    std::vector<std::string> leftOut() const;
     /** The input as messages name it. */
     const std::string& name() const { return mName; }
 

@@ -26,6 +26,7 @@ public:
     /** Opens `path`, "-" for standard input. The context stays the stream's own. */
     Status open(const std::string& path);
     AVIOContext* io() { return mIo.get(); }
+    bool isOpen() const { return mIo != nullptr; }
 
 private:
     static int onRead(void* self, uint8_t* data, int size);

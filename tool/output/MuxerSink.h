@@ -1,0 +1,41 @@
+// Encodes frames into a container.
+#pragma once
+
+#include "output/FrameSink.h"
+#include "output/OutputStream.h"
+#include "output/VideoEncoder.h"
+
+namespace plexa {
+
+/**
+ * A .mp4 or .mkv file: H.264 for 8 bits, HEVC for 10. Presentation times come out as they went in;
+ * Matroska keeps them to its millisecond. HDR metadata goes into container and stream.
+ *
+ * Threading: reentrant.
+ */
+class MuxerSink : public FrameSink {
+public:
+    /** `container` is Mp4 or Matroska. */
+    MuxerSink(const std::string& path, OutputKind container, const Cancellation& cancellation)
+        : mPath(path), mContainer(container), mFile(cancellation) {}
+    Status open(const VideoFormat& format, const VideoFormat& source) override;
+    Status write(const FinishedFrame& frame) override;
+    Status finish() override;
+
+private:
+    Status addStream();
+    void addSideData();
+    Status drain();
+    Status named(const Status& status) const;
+
+    std::string mPath;
+    OutputKind mContainer;
+    OutputStream mFile;  // before mMuxer, which writes into it
+    OutputPtr mMuxer;
+    VideoEncoder mEncoder;
+    PacketPtr mPacket{av_packet_alloc()};
+    VideoFormat mFormat;
+    AVStream* mStream = nullptr;
+};
+
+}  // namespace plexa
