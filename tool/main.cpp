@@ -15,8 +15,9 @@ namespace {
 // Without this, the first file that is opened would take the place of a closed standard stream.
 // What is closed stays unusable: it cannot be written, or, standard input, not read.
 void openStandardStreams() {
-    for (int fd = 0; fd >= 0 && fd <= 2;)
-        fd = open("/dev/null", fd == 0 ? O_WRONLY : O_RDONLY);
+    for (int fd = 0; fd <= 2; ++fd) {
+        if (fcntl(fd, F_GETFD) < 0) open("/dev/null", fd == 0 ? O_WRONLY : O_RDONLY);
+    }
 }
 
 // A closed pipe or a file that grew too large is an error of the write, told like any other.

@@ -5,7 +5,9 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <cstring>
 #include <numeric>
+#include <utility>
 #include <vector>
 
 #include "base/Text.h"
@@ -76,8 +78,8 @@ void addSharedOptions(CLI::App* command, SharedOptions* options) {
         ->add_option("--filters", input.filters,
                      "Filters of FFmpeg that decoded frames pass first, as for ffmpeg -vf")
         ->type_name("GRAPH");
-    command->add_flag(
-        "--no-filters{false}", input.filtersOfOurOwn,
+    command->add_flag_callback(
+        "--no-filters", [&input] { input.filtersOfOurOwn = false; },
         "Take frames as they are coded: no deinterlacing, no upright and square-pixel pictures");
     command->add_flag("--strict", input.strict,
                       "End at the first damage of the input instead of going on without it");
@@ -131,7 +133,8 @@ Status checkIsNotInput(const std::string& input, const std::string& output) {
 Status print(const std::string& text, FILE* stream) {
     errno = 0;
     if (std::fputs(text.c_str(), stream) >= 0 && std::fflush(stream) == 0) return {};
-    return Status::error("standard output: cannot be written: " + errnoText(errno));
+    return Status::error(std::string("standard output: cannot be written: ") +
+                         std::strerror(errno));
 }
 
 int fail(const Status& status, int exitStatus, bool json) {

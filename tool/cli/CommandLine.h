@@ -4,11 +4,9 @@
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
-#include <optional>
 #include <string>
-#include <utility>
 
-#include "base/SignalWatch.h"
+#include "base/Interruption.h"
 #include "job/Geometry.h"
 #include "job/JobReport.h"
 #include "media/AvMessages.h"
@@ -62,20 +60,15 @@ int failUsage(const Status& status, const std::string& command, bool json);
 /** Runs a job to its end and prints its report to `stream`; the exit status. */
 template <typename Job, typename Report, typename Request>
 int runJob(const Request& request, const SharedOptions& options, FILE* stream) {
+    cleanUpOnSignals();
     captureAvLog(options.verbose);
     captureLibraryLog(options.verbose);
-    std::optional<Job> job(request);
-    SignalWatch watch([&job] { job->cancel(); });
     Report report;
-    Status status = job->run(&report);
-    watch.stop();
-    job.reset();
+    Status status = Job(request).run(&report);
     if (status.isOk() && (options.json || !options.quiet)) {
         status = print(options.json ? toJson(report) : toText(report), stream);
     }
-    const int result = status.isOk() ? kExitDone : fail(status, kExitFailed, options.json);
-    watch.passOn();
-    return result;
+    return status.isOk() ? kExitDone : fail(status, kExitFailed, options.json);
 }
 
 }  // namespace plexa

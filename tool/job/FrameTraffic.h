@@ -10,7 +10,6 @@
 
 #include "base/DurationHistogram.h"
 #include "base/Status.h"
-#include "job/NoticeHandler.h"
 #include "media/VideoFormat.h"
 
 namespace plexa {
@@ -26,7 +25,7 @@ namespace plexa {
  *
  * Threading: thread-safe.
  */
-class FrameTraffic final : public NoticeListener {
+class FrameTraffic {
 public:
     /** Input buffers have the ids from 0 to `inputs` - 1, all free at first. */
     explicit FrameTraffic(int inputs) { startAnew(inputs); }
@@ -62,9 +61,11 @@ public:
     /** How long frames took from being queued to their output's notice. */
     DurationSummary chainTimes() const;
 
-    void onInputDone(int bufferId) override;
-    void onOutputDone(int bufferId, int64_t timeUs, bool hasFrame) override;
-    void onChainError(int status) override;
+    void onInputDone(int bufferId);
+    /** `hasFrame` is false for a buffer that came back as it was. */
+    void onOutputDone(int bufferId, int64_t timeUs, bool hasFrame);
+    /** A stage has failed and takes no more items. */
+    void onChainError(int status);
 
 private:
     using Clock = std::chrono::steady_clock;

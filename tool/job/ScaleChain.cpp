@@ -33,8 +33,8 @@ Status queued(android::status_t result, const char* what) {
 
 }  // namespace
 
-ScaleChain::ScaleChain(NoticeListener* listener)
-    : mLooper(new android::ALooper()), mHandler(new NoticeHandler(listener)) {
+ScaleChain::ScaleChain(FrameTraffic* traffic)
+    : mLooper(new android::ALooper()), mHandler(new NoticeHandler(traffic)) {
     mLooper->setName("plexa_notices");
     mLooper->start(false, false, android::APipe::kLooperPriority);
     mLooper->registerHandler(mHandler);

@@ -26,8 +26,8 @@ public:
         int bitDepth;
     };
 
-    /** `listener` is borrowed. */
-    explicit ScaleChain(NoticeListener* listener);
+    /** `traffic` is borrowed. */
+    explicit ScaleChain(FrameTraffic* traffic);
     ~ScaleChain();
     ScaleChain(const ScaleChain&) = delete;
     ScaleChain& operator=(const ScaleChain&) = delete;

@@ -34,27 +34,17 @@ InputOptions forOutput(const ScaleRequest& request) {
 
 ScaleJob::ScaleJob(ScaleRequest request)
     : mRequest(std::move(request)),
-      mReader(forOutput(mRequest), mCancellation),
-      mSink(makeSink(mRequest.output, mRequest.sheet, mCancellation)),
+      mReader(forOutput(mRequest)),
+      mSink(makeSink(mRequest.output, mRequest.sheet)),
       mTraffic(kInputBuffers),
       mStageTimes({std::begin(ScaleChain::kStageNames), std::end(ScaleChain::kStageNames)}),
       mChain(&mTraffic) {}
-
-void ScaleJob::cancel() {
-    mCancellation.request();
-    mTraffic.fail(Status::error("interrupted"));
-}
 
 Status ScaleJob::run(ScaleReport* report) {
     Status status = open();
     if (status.isOk()) status = transfer();
     mChain.stop();
     if (status.isOk()) fillReport(report);
-    // Whatever came first after the interruption, this is what the user knows as the cause.
-    if (!status.isOk() && mCancellation.isRequested()) {
-        const std::string name = mRequest.output == "-" ? "standard output" : mRequest.output;
-        return Status::error(name + ": interrupted before it was complete");
-    }
     return status;
 }
 

@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "base/Cancellation.h"
 #include "job/FrameCompressor.h"
 #include "job/FrameTraffic.h"
 #include "job/Geometry.h"
@@ -33,7 +32,7 @@ struct ScaleRequest {
  * on the way than the fixed handful of buffers. Where the input changes its size, the chain is
  * emptied, released and started anew for the rest.
  *
- * Threading: run() once; cancel() at any time, on any thread.
+ * Threading: reentrant; run() once.
  */
 class ScaleJob {
 public:
@@ -41,9 +40,6 @@ public:
 
     /** Does the whole job. On failure nothing is left under the output's name. */
     Status run(ScaleReport* report);
-
-    /** Makes run() end soon, with an error. */
-    void cancel();
 
 private:
     Status open();
@@ -63,7 +59,6 @@ private:
     void fillReport(ScaleReport* report) const;
 
     const ScaleRequest mRequest;
-    Cancellation mCancellation;
     FrameReader mReader;
     std::unique_ptr<FrameSink> mSink;
     VideoFormat mResult;  // of the output

@@ -30,15 +30,10 @@ InputOptions forPicture(InputOptions options) {
 }  // namespace
 
 SnapshotJob::SnapshotJob(SnapshotRequest request)
-    : mRequest(std::move(request)),
-      mReader(forPicture(mRequest.input), mCancellation),
-      mFile(mCancellation) {}
+    : mRequest(std::move(request)), mReader(forPicture(mRequest.input)) {}
 
 Status SnapshotJob::run(SnapshotReport* report) {
     Status status = make();
-    if (!status.isOk() && mCancellation.isRequested()) {
-        return Status::error(mRequest.output + ": interrupted before it was complete");
-    }
     if (status.isOk()) {
         mResult.notes = notes();
         mResult.damage = mReader.damage();
@@ -65,7 +60,7 @@ Status SnapshotJob::make() {
 }
 
 const AVFrame* SnapshotJob::findFrame(Status* status) {
-    while (!mCancellation.isRequested()) {
+    for (;;) {
         const AVFrame* frame = nullptr;
         FrameTime time;
         *status = mReader.read(&frame, &time);
@@ -78,8 +73,6 @@ const AVFrame* SnapshotJob::findFrame(Status* status) {
         mResult.seconds = static_cast<double>(time.pts) * av_q2d(mReader.format().timeBase);
         if (mResult.seconds >= mRequest.seconds - kClockTolerance) return frame;
     }
-    *status = Status::error("interrupted");
-    return nullptr;
 }
 
 Status SnapshotJob::chooseArea(const AVFrame& frame) {

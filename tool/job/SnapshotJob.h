@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "base/Cancellation.h"
 #include "job/Geometry.h"
 #include "job/JobReport.h"
 #include "media/FrameReader.h"
@@ -28,7 +27,7 @@ struct SnapshotRequest {
  * One run of `plexa snapshot`: decodes up to the frame, puts it into a graphics buffer as a
  * device's decoder would, with its metadata, and has an engine render it.
  *
- * Threading: run() once; cancel() at any time, on any thread.
+ * Threading: reentrant; run() once.
  */
 class SnapshotJob {
 public:
@@ -36,9 +35,6 @@ public:
 
     /** Does the whole job. On failure nothing is left under the output's name. */
     Status run(SnapshotReport* report);
-
-    /** Makes run() end soon, with an error. */
-    void cancel() { mCancellation.request(); }
 
 private:
     Status make();
@@ -49,7 +45,6 @@ private:
     std::vector<std::string> notes() const;
 
     const SnapshotRequest mRequest;
-    Cancellation mCancellation;
     FrameReader mReader;
     OutputFile mFile;
     SnapshotReport mResult;

@@ -27,12 +27,9 @@ struct AvFreeOutput {
     void operator()(AVFormatContext* output) const { avformat_free_context(output); }
 };
 
-/** Frees an AVIOContext with the buffer that it has by then, which need not be the first one. */
-struct AvFreeIo {
-    void operator()(AVIOContext* io) const {
-        av_freep(&io->buffer);
-        avio_context_free(&io);
-    }
+/** Closes a file of FFmpeg's, whatever comes of it. */
+struct AvCloseIo {
+    void operator()(AVIOContext* io) const { avio_close(io); }
 };
 
 using FramePtr = std::unique_ptr<AVFrame, AvDelete>;
@@ -40,6 +37,6 @@ using PacketPtr = std::unique_ptr<AVPacket, AvDelete>;
 using CodecPtr = std::unique_ptr<AVCodecContext, AvDelete>;
 using InputPtr = std::unique_ptr<AVFormatContext, AvCloseInput>;
 using OutputPtr = std::unique_ptr<AVFormatContext, AvFreeOutput>;
-using IoPtr = std::unique_ptr<AVIOContext, AvFreeIo>;
+using IoPtr = std::unique_ptr<AVIOContext, AvCloseIo>;
 
 }  // namespace plexa

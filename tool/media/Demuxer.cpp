@@ -2,6 +2,7 @@
 #include "media/Demuxer.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstring>
 #include <map>
@@ -14,19 +15,15 @@ namespace {
 
 constexpr const char* kYuv4Mpeg = "yuv4mpegpipe";
 
-int onInterruptCheck(void* cancellation) {
-    return static_cast<const Cancellation*>(cancellation)->isRequested() ? 1 : 0;
-}
-
-// Paths that exist are taken as files, also where FFmpeg would read "name:" as a protocol.
+// Paths that exist are taken as files, also where FFmpeg would read "name:" as a protocol. Standard
+// input that is a file can be read in any order, unlike a pipe.
 std::string urlOf(const std::string& path) {
-    struct stat ignored {};
-    return stat(path.c_str(), &ignored) == 0 ? "file:" + path : path;
-}
-
-bool isPipe(const std::string& path) {
     struct stat info {};
-    return path == "-" || (stat(path.c_str(), &info) == 0 && S_ISFIFO(info.st_mode));
+    if (path == "-") {
+        const bool isFile = fstat(STDIN_FILENO, &info) == 0 && S_ISREG(info.st_mode);
+        return isFile ? "file:/dev/stdin" : "pipe:0";
+    }
+    return stat(path.c_str(), &info) == 0 ? "file:" + path : path;
 }
 
 bool isDirectory(const std::string& path) {
@@ -47,9 +44,6 @@ std::string kindOf(const AVStream& stream) {
 
 }  // namespace
 
-Demuxer::Demuxer(const Cancellation& cancellation)
-    : mCancellation(cancellation), mPipe(cancellation) {}
-
 Status Demuxer::open(const std::string& path) {
     mName = path == "-" ? "standard input" : path;
     Status status = openContainer(path);
@@ -58,16 +52,7 @@ Status Demuxer::open(const std::string& path) {
 
 Status Demuxer::openContainer(const std::string& path) {
     if (isDirectory(path)) return Status::error(mName + ": is a directory");
-    AVFormatContext* input = avformat_alloc_context();
-    input->interrupt_callback = {onInterruptCheck, const_cast<Cancellation*>(&mCancellation)};
-    if (isPipe(path)) {
-        Status status = mPipe.open(path);
-        if (!status.isOk()) {
-            avformat_free_context(input);
-            return status;
-        }
-        input->pb = mPipe.io();
-    }
+    AVFormatContext* input = nullptr;
     int result = avformat_open_input(&input, urlOf(path).c_str(), nullptr, nullptr);
     if (result < 0) return unreadable(result);
     mInput.reset(input);
@@ -97,7 +82,9 @@ Status Demuxer::chooseStream() {
 
 Status Demuxer::unreadable(int error) const {
     const std::string cause = avErrorWithLog(error);
-    const bool needsSeeking = mPipe.isOpen() && cause.find("moov") != std::string::npos;
+    const bool isPipe = mInput == nullptr || mInput->pb == nullptr || mInput->pb->seekable == 0;
+    const bool needsSeeking = isPipe && (cause.find("moov") != std::string::npos ||
+                                         cause.find("partial file") != std::string::npos);
     return Status::error(mName + ": cannot be read: " + cause +
                          (needsSeeking ? "; a pipe cannot go back: name the file itself" : ""));
 }

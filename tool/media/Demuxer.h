@@ -4,10 +4,8 @@
 #include <string>
 #include <vector>
 
-#include "base/Cancellation.h"
 #include "base/Status.h"
 #include "media/AvHandles.h"
-#include "media/InputStream.h"
 
 namespace plexa {
 
@@ -20,9 +18,6 @@ namespace plexa {
  */
 class Demuxer {
 public:
-    /** `cancellation` is borrowed; once requested, a waiting read ends with an error. */
-    explicit Demuxer(const Cancellation& cancellation);
-
     Status open(const std::string& path);
 
     /** The next packet of the video stream into `packet`, which stays empty at the end. */
@@ -51,9 +46,7 @@ private:
     Status checkEnd() const;
     Status unreadable(int error) const;
 
-    const Cancellation& mCancellation;
     std::string mName;
-    InputStream mPipe;  // before mInput, which reads from it until it is closed
     InputPtr mInput;
     AVStream* mStream = nullptr;
     bool mProbedToEnd = false;  // what there is to say of the end has been said

@@ -111,7 +111,8 @@ Status FrameReader::describeSource() {
 
 Status FrameReader::describe() {
     if (mAtEnd) {
-        const std::string cause = mDamage.ending.empty() ? decoderErrors().first : mDamage.ending;
+        if (!mDamage.ending.empty()) return Status::error(mDamage.ending);
+        const std::string cause = decoderErrors().first;
         return Status::error(mDemuxer.name() + ": holds no frame that can be decoded" +
                              (cause.empty() ? "" : ": " + cause));
     }
@@ -232,7 +233,7 @@ Status FrameReader::feed() {
 
 // Whatever the input's end lacks, what came before it is worth having.
 Status FrameReader::endEarly(const Status& cause) {
-    if (mCancellation.isRequested() || mOptions.strict) return cause;
+    if (mOptions.strict) return cause;
     mDamage.ending = cause.text();
     av_packet_unref(mPacket.get());
     return {};

@@ -48,9 +48,7 @@ struct Damage {
  */
 class FrameReader {
 public:
-    /** `cancellation` is borrowed; once requested, a waiting read ends with an error. */
-    FrameReader(InputOptions options, const Cancellation& cancellation)
-        : mOptions(std::move(options)), mCancellation(cancellation), mDemuxer(cancellation) {}
+    explicit FrameReader(InputOptions options) : mOptions(std::move(options)) {}
 
     /** Opens the input and decodes the first frame. */
     Status open();
@@ -95,7 +93,6 @@ private:
     void noteLosses(std::vector<std::string>* notes) const;
 
     const InputOptions mOptions;
-    const Cancellation& mCancellation;
     Demuxer mDemuxer;
     CodecPtr mDecoder;
     std::optional<FilterGraph> mGraph;

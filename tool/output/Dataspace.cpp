@@ -7,6 +7,8 @@ extern "C" {
 
 #include <system/graphics.h>
 
+#include <span>
+
 #include "media/Colors.h"
 
 namespace plexa {
@@ -14,39 +16,33 @@ namespace {
 
 constexpr int kPalHeight = 576;
 
-int32_t transferOf(AVColorTransferCharacteristic transfer) {
-    switch (transfer) {
-        case AVCOL_TRC_SMPTE2084:
-            return HAL_DATASPACE_TRANSFER_ST2084;
-        case AVCOL_TRC_ARIB_STD_B67:
-            return HAL_DATASPACE_TRANSFER_HLG;
-        case AVCOL_TRC_LINEAR:
-            return HAL_DATASPACE_TRANSFER_LINEAR;
-        case AVCOL_TRC_IEC61966_2_1:
-            return HAL_DATASPACE_TRANSFER_SRGB;
-        case AVCOL_TRC_GAMMA22:
-            return HAL_DATASPACE_TRANSFER_GAMMA2_2;
-        case AVCOL_TRC_GAMMA28:
-            return HAL_DATASPACE_TRANSFER_GAMMA2_8;
-        default:
-            return HAL_DATASPACE_TRANSFER_SMPTE_170M;
-    }
-}
+struct Meaning {
+    int tag;
+    int32_t value;
+};
 
-int32_t standardOf(AVColorSpace matrix) {
-    switch (matrix) {
-        case AVCOL_SPC_SMPTE170M:
-        case AVCOL_SPC_FCC:
-            return HAL_DATASPACE_STANDARD_BT601_525;
-        case AVCOL_SPC_BT470BG:
-            return HAL_DATASPACE_STANDARD_BT601_625;
-        case AVCOL_SPC_BT2020_NCL:
-            return HAL_DATASPACE_STANDARD_BT2020;
-        case AVCOL_SPC_BT2020_CL:
-            return HAL_DATASPACE_STANDARD_BT2020_CONSTANT_LUMINANCE;
-        default:
-            return HAL_DATASPACE_STANDARD_BT709;
+constexpr Meaning kTransfers[] = {
+    {AVCOL_TRC_SMPTE2084, HAL_DATASPACE_TRANSFER_ST2084},
+    {AVCOL_TRC_ARIB_STD_B67, HAL_DATASPACE_TRANSFER_HLG},
+    {AVCOL_TRC_LINEAR, HAL_DATASPACE_TRANSFER_LINEAR},
+    {AVCOL_TRC_IEC61966_2_1, HAL_DATASPACE_TRANSFER_SRGB},
+    {AVCOL_TRC_GAMMA22, HAL_DATASPACE_TRANSFER_GAMMA2_2},
+    {AVCOL_TRC_GAMMA28, HAL_DATASPACE_TRANSFER_GAMMA2_8},
+};
+
+constexpr Meaning kStandards[] = {
+    {AVCOL_SPC_SMPTE170M, HAL_DATASPACE_STANDARD_BT601_525},
+    {AVCOL_SPC_FCC, HAL_DATASPACE_STANDARD_BT601_525},
+    {AVCOL_SPC_BT470BG, HAL_DATASPACE_STANDARD_BT601_625},
+    {AVCOL_SPC_BT2020_NCL, HAL_DATASPACE_STANDARD_BT2020},
+    {AVCOL_SPC_BT2020_CL, HAL_DATASPACE_STANDARD_BT2020_CONSTANT_LUMINANCE},
+};
+
+int32_t lookUp(std::span<const Meaning> meanings, int tag, int32_t otherwise) {
+    for (const Meaning& meaning : meanings) {
+        if (meaning.tag == tag) return meaning.value;
     }
+    return otherwise;
 }
 
 // Both lines of BT.601 have one matrix; 625 with full range also says that chroma sits in the
@@ -66,7 +62,7 @@ bool isBt601(int32_t standard) {
 int32_t chooseStandard(const VideoFormat& format, int32_t transfer) {
     const bool isWide = isHdr(transfer) || format.primaries == AVCOL_PRI_BT2020;
     if (format.matrix == AVCOL_SPC_UNSPECIFIED && isWide) return HAL_DATASPACE_STANDARD_BT2020;
-    const int32_t standard = standardOf(matrixOf(format));
+    const int32_t standard = lookUp(kStandards, matrixOf(format), HAL_DATASPACE_STANDARD_BT709);
     return isBt601(standard) ? bt601LineOf(format) : standard;
 }
 
@@ -80,7 +76,7 @@ std::string colorWords(const VideoFormat& format) {
 }
 
 int32_t dataspaceOf(const VideoFormat& format) {
-    const int32_t transfer = transferOf(format.transfer);
+    const int32_t transfer = lookUp(kTransfers, format.transfer, HAL_DATASPACE_TRANSFER_SMPTE_170M);
     const int32_t range =
         format.range == AVCOL_RANGE_JPEG ? HAL_DATASPACE_RANGE_FULL : HAL_DATASPACE_RANGE_LIMITED;
     return chooseStandard(format, transfer) | transfer | range;

@@ -27,14 +27,13 @@ OutputKind outputKindOf(const std::string& path) {
     return OutputKind::Unknown;
 }
 
-std::unique_ptr<FrameSink> makeSink(const std::string& path, SheetLayout sheet,
-                                    const Cancellation& cancellation) {
+std::unique_ptr<FrameSink> makeSink(const std::string& path, SheetLayout sheet) {
     const OutputKind kind = outputKindOf(path);
     if (kind == OutputKind::Picture) {
-        return std::make_unique<PictureSink>(path, sheet, cancellation);
+        return std::make_unique<PictureSink>(path, sheet);
     }
-    if (kind == OutputKind::Yuv4Mpeg) return std::make_unique<Y4mSink>(path, cancellation);
-    return std::make_unique<MuxerSink>(path, kind, cancellation);
+    if (kind == OutputKind::Yuv4Mpeg) return std::make_unique<Y4mSink>(path);
+    return std::make_unique<MuxerSink>(path, kind);
 }
 
 }  // namespace plexa

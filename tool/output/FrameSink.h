@@ -5,7 +5,6 @@
 #include <string>
 #include <vector>
 
-#include "base/Cancellation.h"
 #include "base/Status.h"
 #include "media/FrameBuffers.h"
 #include "media/VideoFormat.h"
@@ -68,11 +67,7 @@ struct SheetLayout {
     int cells() const { return columns * rows; }
 };
 
-/**
- * The sink for an output of a known kind; a contact sheet if `sheet` is set. `cancellation` is
- * borrowed for the life of the sink.
- */
-std::unique_ptr<FrameSink> makeSink(const std::string& path, SheetLayout sheet,
-                                    const Cancellation& cancellation);
+/** The sink for an output of a known kind; a contact sheet if `sheet` is set. */
+std::unique_ptr<FrameSink> makeSink(const std::string& path, SheetLayout sheet);
 
 }  // namespace plexa

@@ -2,7 +2,7 @@
 #pragma once
 
 #include "output/FrameSink.h"
-#include "output/OutputStream.h"
+#include "output/OutputFile.h"
 #include "output/VideoEncoder.h"
 
 namespace plexa {
@@ -16,8 +16,7 @@ namespace plexa {
 class MuxerSink : public FrameSink {
 public:
     /** `container` is Mp4 or Matroska. */
-    MuxerSink(const std::string& path, OutputKind container, const Cancellation& cancellation)
-        : mPath(path), mContainer(container), mFile(cancellation) {}
+    MuxerSink(const std::string& path, OutputKind container) : mPath(path), mContainer(container) {}
     Status open(const VideoFormat& format, const VideoFormat& source) override;
     Status write(const FinishedFrame& frame) override;
     Status finish() override;
@@ -30,7 +29,7 @@ private:
 
     std::string mPath;
     OutputKind mContainer;
-    OutputStream mFile;  // before mMuxer, which writes into it
+    OutputFile mFile;  // before mMuxer, which writes into it
     OutputPtr mMuxer;
     VideoEncoder mEncoder;
     PacketPtr mPacket{av_packet_alloc()};

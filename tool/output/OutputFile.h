@@ -1,25 +1,24 @@
 // A file that appears under its name only when it is complete.
 #pragma once
 
-#include <cstdint>
 #include <string>
 
-#include "base/Cancellation.h"
 #include "base/Status.h"
+#include "media/AvHandles.h"
 
 namespace plexa {
 
 /**
  * Bytes go into a temporary file beside the final one, which commit() renames into place; without
- * commit() the destructor removes it. What is not a regular file (a pipe, a device, "-" for
- * standard output) is written directly.
+ * commit() the destructor removes it, or a signal that ends the process. What is not a regular file
+ * (a pipe, a device, "-" for standard output) is written directly. The first error of a write
+ * stays: muxers report it late, or not at all.
  *
  * Threading: reentrant.
  */
 class OutputFile {
 public:
-    /** `cancellation` is borrowed; once requested, writing fails and commit() does. */
-    explicit OutputFile(const Cancellation& cancellation) : mCancellation(cancellation) {}
+    OutputFile() = default;
     ~OutputFile();
     OutputFile(const OutputFile&) = delete;
     OutputFile& operator=(const OutputFile&) = delete;
@@ -27,34 +26,30 @@ public:
     /** Opens the file that becomes `path`. */
     Status create(const std::string& path);
 
-    /** Writes all `size` bytes at the current position, or returns a negative errno value. */
-    int write(const void* data, size_t size);
+    /** For FFmpeg's muxers. */
+    AVIOContext* io() { return mIo.get(); }
 
-    /** As lseek; a negative errno value where the output cannot seek. */
-    int64_t seek(int64_t offset, int whence);
+    /** Writes all `size` bytes. */
+    Status write(const void* data, size_t size);
 
-    bool isSeekable() const { return mSeekable; }
+    /** The first error so far; what is buffered is written first. */
+    Status flush();
 
     /** Closes the file and gives it its final name. */
     Status commit();
 
     /** The output as messages name it. */
     const std::string& name() const { return mName; }
-    /** Why the output cannot be written, in one line. */
-    Status error(int errnoValue) const;
 
 private:
-    Status openDirectly(const std::string& path);
-    Status openTemporary(const std::string& target);
-    ssize_t writeSome(const void* data, size_t size);
+    Status createTemporary(unsigned mode);
+    Status open(const std::string& url);
+    Status error(int avError) const;
 
-    const Cancellation& mCancellation;
     std::string mName;
     std::string mTarget;     // the final path, symbolic links resolved
     std::string mTemporary;  // empty if the output is written directly
-    int mFd = -1;
-    bool mSeekable = false;
-    bool mOwnsFd = true;
+    IoPtr mIo;
 };
 
 }  // namespace plexa

@@ -19,8 +19,7 @@ namespace plexa {
  */
 class PictureSink : public FrameSink {
 public:
-    PictureSink(const std::string& path, SheetLayout sheet, const Cancellation& cancellation)
-        : mPath(path), mSheet(sheet), mFile(cancellation) {}
+    PictureSink(const std::string& path, SheetLayout sheet) : mPath(path), mSheet(sheet) {}
     /** An error if the sheet isTooLarge(). */
     Status open(const VideoFormat& format, const VideoFormat& source) override;
     Status write(const FinishedFrame& frame) override;

@@ -49,8 +49,8 @@ Status writePng(const std::vector<AVFrame*>& frames, const std::string& filters,
     Status status = filter(frames, filters, picture.get());
     if (status.isOk()) status = encode(*picture, packet.get());
     if (!status.isOk()) return Status::error(file->name() + ": " + status.text());
-    int result = file->write(packet->data, static_cast<size_t>(packet->size));
-    return result < 0 ? file->error(-result) : file->commit();
+    status = file->write(packet->data, static_cast<size_t>(packet->size));
+    return status.isOk() ? file->commit() : status;
 }
 
 }  // namespace plexa

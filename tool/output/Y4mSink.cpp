@@ -61,8 +61,7 @@ Status Y4mSink::open(const VideoFormat& format, const VideoFormat& /*source*/) {
     mFrame.resize(kFrameMark.size() + static_cast<size_t>(size));
     std::copy(kFrameMark.begin(), kFrameMark.end(), mFrame.begin());
     const std::string line = header();
-    int result = mFile.write(line.data(), line.size());
-    return result < 0 ? mFile.error(-result) : Status();
+    return mFile.write(line.data(), line.size());
 }
 
 Status Y4mSink::write(const FinishedFrame& frame) {
@@ -73,8 +72,7 @@ Status Y4mSink::write(const FinishedFrame& frame) {
                          planarFormat(picture.bitDepth), picture.width, picture.height, 1);
     unpack(picture, &planar);
     ++mFrames;
-    int result = mFile.write(mFrame.data(), mFrame.size());
-    return result < 0 ? mFile.error(-result) : Status();
+    return mFile.write(mFrame.data(), mFrame.size());
 }
 
 void Y4mSink::checkTime(FrameTime time) {

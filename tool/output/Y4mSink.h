@@ -19,8 +19,7 @@ namespace plexa {
  */
 class Y4mSink : public FrameSink {
 public:
-    Y4mSink(const std::string& path, const Cancellation& cancellation)
-        : mPath(path), mFile(cancellation) {}
+    Y4mSink(const std::string& path) : mPath(path) {}
 
     Status open(const VideoFormat& format, const VideoFormat& source) override;
     Status write(const FinishedFrame& frame) override;
