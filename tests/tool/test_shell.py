@@ -96,7 +96,7 @@ def test_what_is_cut_short_goes_as_far_as_it_can(tmp_path, name, cause, dropped)
     stdin = content[:-dropped] if name == "-" else b""
     done = ok(*job, "--json", input=stdin)
     summary = json.loads(done.out)
-    assert summary["damage"]["cut_short"] and cause in summary["notes"][0]
+    assert summary["damage"]["cut_short"] and cause in str(summary["notes"])
     assert 50 < summary["frames"] < 61
     os.unlink(tmp_path / "o.mkv")
     failed(1, cause, *job, "--strict", input=stdin)
@@ -116,7 +116,8 @@ def test_sizes_that_do_not_fit(tmp_path):
 
 
 def test_pipes_hold_whatever_ffmpeg_reads(tmp_path):
-    source = clip(tmp_path / "in.mp4", count=9, codec="libx264")
+    source = tmp_path / "in.mp4"
+    ffmpeg("-f", "lavfi", "-i", "testsrc2=s=320x240", "-frames:v", 9, "-qp", 1, "-g", 1, source)
     for form in (["-f", "mpegts"], ["-f", "matroska"], ["-movflags", "frag_keyframe", "-f", "mp4"]):
         piped = ffmpeg("-i", source, "-c", "copy", *form, "-")
         ok("scale", "-", tmp_path / "o.mp4", "--size", "32x24", input=piped)

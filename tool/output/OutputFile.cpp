@@ -66,7 +66,6 @@ Status OutputFile::open(const std::string& url) {
 }
 
 Status OutputFile::write(const void* data, size_t size) {
-    mIo->direct = 1;
     avio_write(mIo.get(), static_cast<const unsigned char*>(data), static_cast<int>(size));
     return flush();
 }
