@@ -5,10 +5,9 @@
 #include <csignal>
 #include <cstdio>
 #include <exception>
-#include <iostream>
+#include <sstream>
 
-#include "cli/ScaleCommand.h"
-#include "cli/SnapshotCommand.h"
+#include "cli/Commands.h"
 
 namespace {
 
@@ -31,12 +30,10 @@ bool hasWord(int argc, char** argv, const char* word) {
 }
 
 int printHelp(const CLI::App& program, const CLI::Success& helpOrVersion) {
-    program.exit(helpOrVersion);
-    std::cout.flush();
-    const plexa::Status status = plexa::print("", stdout);
-    if (std::cout.good() && status.isOk()) return plexa::kExitDone;
-    return plexa::fail(plexa::Status::error("standard output: cannot be written"),
-                       plexa::kExitFailed, false);
+    std::ostringstream shown;
+    program.exit(helpOrVersion, shown, shown);
+    const plexa::Status status = plexa::print(shown.str(), stdout);
+    return status.isOk() ? plexa::kExitDone : plexa::fail(status, plexa::kExitFailed, false);
 }
 
 int run(int argc, char** argv) {

@@ -1,11 +1,10 @@
 // What the command lines of all subcommands share.
 #include "cli/CommandLine.h"
 
-#include <sys/stat.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <filesystem>
 #include <numeric>
 #include <utility>
 #include <vector>
@@ -18,13 +17,6 @@ namespace {
 std::string checkSize(const std::string& value) {
     PictureSize size;
     return parseSize(value, &size).text();
-}
-
-bool isSameFile(const std::string& one, const std::string& other) {
-    struct stat first {};
-    struct stat second {};
-    return stat(one.c_str(), &first) == 0 && stat(other.c_str(), &second) == 0 &&
-           S_ISREG(first.st_mode) && first.st_dev == second.st_dev && first.st_ino == second.st_ino;
 }
 
 // How many letters must be put in, left out or changed to make one word of the other.
@@ -126,7 +118,9 @@ Status checkWords(const CLI::App& program, int argc, char** argv) {
 }
 
 Status checkIsNotInput(const std::string& input, const std::string& output) {
-    if (!isSameFile(input, output)) return {};
+    std::error_code missing;
+    const bool isFile = std::filesystem::is_regular_file(output, missing);
+    if (!isFile || !std::filesystem::equivalent(input, output, missing)) return {};
     return Status::error("OUTPUT: '" + output + "' is the input itself");
 }
 

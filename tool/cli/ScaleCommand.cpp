@@ -1,5 +1,5 @@
 // The command line of `plexa scale`.
-#include "cli/ScaleCommand.h"
+#include "cli/Commands.h"
 
 #include <unistd.h>
 

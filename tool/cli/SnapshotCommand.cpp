@@ -1,5 +1,5 @@
 // The command line of `plexa snapshot`.
-#include "cli/SnapshotCommand.h"
+#include "cli/Commands.h"
 
 extern "C" {
 #include <libavutil/parseutils.h>

@@ -48,18 +48,11 @@ bool FrameTraffic::takeFreeInput(int* bufferId) {
     return true;
 }
 
-void FrameTraffic::enter(FrameTime time, int64_t timeUs, Properties properties, bool isEnd) {
+void FrameTraffic::inputQueued(FrameInChain frame) {
     std::scoped_lock lock(mLock);
     mLastActivity = Clock::now();
-    mInChain.push_back({time, timeUs, std::move(properties), isEnd, mLastActivity});
-}
-
-void FrameTraffic::inputQueued(FrameTime time, int64_t timeUs, Properties properties) {
-    enter(time, timeUs, std::move(properties), false);
-}
-
-void FrameTraffic::endQueued(int64_t timeUs) {
-    enter({}, timeUs, nullptr, true);
+    frame.queued = mLastActivity;
+    mInChain.push_back(std::move(frame));
 }
 
 bool FrameTraffic::takeFilledOutput(FilledOutput* output) {
@@ -93,9 +86,9 @@ void FrameTraffic::onOutputDone(int bufferId, int64_t timeUs, bool hasFrame) {
         return failLocked(Status::error(text("the pipe gave out a frame of %lld us out of order",
                                              static_cast<long long>(timeUs))));
     }
-    FrameInChain frame = std::move(mInChain.front());
+    mFilled.push_back({bufferId, std::move(mInChain.front())});
     mInChain.pop_front();
-    mFilled.push_back({bufferId, frame.time, std::move(frame.properties), frame.isEnd});
+    const FrameInChain& frame = mFilled.back().frame;
     mEnded = frame.isEnd;
     if (!frame.isEnd) mChainTimes.add(mLastActivity - frame.queued);
     mChanged.notify_all();

@@ -32,19 +32,22 @@ public:
 
     /** Waits for a free input buffer; false once the job has failed. */
     bool takeFreeInput(int* bufferId);
-    using Properties = std::shared_ptr<const AVFrame>;
 
-    /** An input is about to be queued: a frame with its times, or the mark of the end. */
-    void inputQueued(FrameTime time, int64_t timeUs, Properties properties);
-    void endQueued(int64_t timeUs);
+    /** What is to be known of an input when its output comes. */
+    struct FrameInChain {
+        FrameTime time;
+        int64_t timeUs = 0;
+        std::shared_ptr<const AVFrame> properties;
+        bool isEnd = false;  // the mark of the end, not a frame
+        std::chrono::steady_clock::time_point queued = {};
+    };
+    /** An input is about to be queued. */
+    void inputQueued(FrameInChain frame);
 
     struct FilledOutput {
         int bufferId = -1;
-        FrameTime time;
-        Properties properties;
-        bool isEnd = false;  // the mark of the end, not a frame
+        FrameInChain frame;
     };
-
     /** Waits for the next filled output buffer; false once the job has failed. */
     bool takeFilledOutput(FilledOutput* output);
     /** An output buffer is about to be queued. */
@@ -70,15 +73,6 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    struct FrameInChain {
-        FrameTime time;
-        int64_t timeUs;
-        Properties properties;
-        bool isEnd;
-        Clock::time_point queued;
-    };
-
-    void enter(FrameTime time, int64_t timeUs, Properties properties, bool isEnd);
     template <typename Condition>
     bool wait(std::unique_lock<std::mutex>* lock, Condition isThere);
     void failLocked(const Status& status);

@@ -23,7 +23,6 @@ struct PictureSize {
     int height = 0;
 
     bool isSet() const { return width != 0; }
-    bool followsAspect() const { return width == kKeepAspect || height == kKeepAspect; }
 };
 
 /** A rectangle in pixels. */

@@ -11,6 +11,7 @@
 #include "job/ProgressLine.h"
 #include "media/FrameBuffers.h"
 #include "media/LibraryLog.h"
+#include "media/PlanarFrame.h"
 
 namespace plexa {
 namespace {
@@ -92,7 +93,21 @@ Status ScaleJob::allocateBuffers(int width, int height) {
         return Status::error(withLibraryError(text("no memory for frames of %dx%d and %dx%d", width,
                                                    height, mResult.width, mResult.height)));
     }
-    return mCompressor.open(width, height, mResult.bitDepth);
+    return openCompressor(width, height);
+}
+
+Status ScaleJob::openCompressor(int width, int height) {
+    const int bits = mResult.bitDepth;
+    mLinear = allocateLinear(bits, width, height, 0);
+    mCompressor = android::APipeConverter::Create(android::APipeConverter::kTypeCL);
+    const android::sp<android::AMessage> formats = new android::AMessage();
+    formats->setMessage("src", formatMessage(linearFormat(bits), width, height));
+    formats->setMessage("dst", formatMessage(compressedFormat(bits), width, height));
+    if (mLinear != nullptr && mCompressor != nullptr && mCompressor->init(formats) == android::OK) {
+        return {};
+    }
+    return Status::error(
+        withLibraryError(text("frames of %dx%d cannot be compressed", width, height)));
 }
 
 Status ScaleJob::transfer() {
@@ -160,13 +175,15 @@ Status ScaleJob::feedFrame(const AVFrame& frame) {
     int id = -1;
     if (!mTraffic.takeFreeInput(&id)) return {};
     const auto& input = mInputs[static_cast<size_t>(id)];
-    Status status = mCompressor.compress(frame, input);
-    if (!status.isOk()) return Status::error(mRequest.input.path + ": " + status.text());
+    pack(frame, pixelsOf(mLinear));
+    if (mCompressor->convert(mLinear, input) != android::OK) {
+        return Status::error(withLibraryError("a frame could not be compressed"));
+    }
     mLastTimeUs = av_rescale_q(mNextTime.pts, mReader.format().timeBase, kMicroseconds);
     input->getMeta()->setInt64("timeUs", mLastTimeUs);
     const std::shared_ptr<AVFrame> properties(av_frame_alloc(), AvDelete());
     av_frame_copy_props(properties.get(), &frame);
-    mTraffic.inputQueued(mNextTime, mLastTimeUs, properties);
+    mTraffic.inputQueued({mNextTime, mLastTimeUs, properties});
     return mChain.queueInput(input);
 }
 
@@ -177,7 +194,7 @@ Status ScaleJob::queueEnd() {
     const auto& input = mInputs[static_cast<size_t>(id)];
     input->getMeta()->setInt64("timeUs", mLastTimeUs);
     input->getMeta()->setInt32("eos", 1);
-    mTraffic.endQueued(mLastTimeUs);
+    mTraffic.inputQueued({{}, mLastTimeUs, nullptr, true});
     return mChain.queueInput(input);
 }
 
@@ -189,7 +206,7 @@ Status ScaleJob::drain() {
     }
     FrameTraffic::FilledOutput output;
     while (mTraffic.takeFilledOutput(&output)) {
-        if (output.isEnd) return {};
+        if (output.frame.isEnd) return {};
         Status status = writeFrame(output);
         if (!status.isOk()) return status;
     }
@@ -198,7 +215,7 @@ Status ScaleJob::drain() {
 
 Status ScaleJob::writeFrame(const FrameTraffic::FilledOutput& output) {
     const auto& buffer = mOutputs[static_cast<size_t>(output.bufferId)];
-    Status status = mSink->write({buffer, output.time, output.properties});
+    Status status = mSink->write({buffer, output.frame.time, output.frame.properties});
     if (!status.isOk()) return status;
     ++mWritten;
     mTraffic.outputQueued();

@@ -1,11 +1,12 @@
 // Scales a video through a chain of stages, end to end.
 #pragma once
 
+#include <APipeConverter.h>
+
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "job/FrameCompressor.h"
 #include "job/FrameTraffic.h"
 #include "job/Geometry.h"
 #include "job/JobReport.h"
@@ -46,6 +47,7 @@ private:
     Status chooseSize();
     Status startChain(int width, int height);
     Status allocateBuffers(int width, int height);
+    Status openCompressor(int width, int height);
     Status transfer();
     Status feed();
     Status feedUntilSizeChanges();
@@ -66,7 +68,9 @@ private:
     const AVFrame* mNext = nullptr;  // the frame to feed; null at the end
     FrameTime mNextTime;
     int64_t mIndex = 0;  // of mNext
-    FrameCompressor mCompressor;
+    // A decoded frame on its way into a compressed buffer, as from a device's decoder.
+    android::sp<android::APipeBuffer> mLinear;
+    std::shared_ptr<android::APipeConverter> mCompressor;
     std::vector<std::string> mNotes;
     std::vector<android::sp<android::APipeBuffer>> mInputs;
     std::vector<android::sp<android::APipeBuffer>> mOutputs;

@@ -5,6 +5,7 @@
 #include <unistd.h>
 
 #include <cstring>
+#include <filesystem>
 #include <map>
 
 #include "base/Text.h"
@@ -24,11 +25,6 @@ std::string urlOf(const std::string& path) {
         return isFile ? "file:/dev/stdin" : "pipe:0";
     }
     return stat(path.c_str(), &info) == 0 ? "file:" + path : path;
-}
-
-bool isDirectory(const std::string& path) {
-    struct stat info {};
-    return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
 }
 
 std::string valueOf(const AVDictionary* tags, const char* key) {
@@ -51,7 +47,10 @@ Status Demuxer::open(const std::string& path) {
 }
 
 Status Demuxer::openContainer(const std::string& path) {
-    if (isDirectory(path)) return Status::error(mName + ": is a directory");
+    std::error_code missing;
+    if (std::filesystem::is_directory(path, missing)) {
+        return Status::error(mName + ": is a directory");
+    }
     AVFormatContext* input = nullptr;
     int result = avformat_open_input(&input, urlOf(path).c_str(), nullptr, nullptr);
     if (result < 0) return unreadable(result);

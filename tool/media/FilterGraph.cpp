@@ -12,10 +12,6 @@ extern "C" {
 namespace plexa {
 namespace {
 
-Status resultOf(int result) {
-    return result < 0 ? Status::error(avErrorWithLog(result)) : Status();
-}
-
 AVFilterInOut* endOf(const char* name, AVFilterContext* filter) {
     AVFilterInOut* end = avfilter_inout_alloc();
     end->name = av_strdup(name);
@@ -42,7 +38,7 @@ Status FilterGraph::open(const AVFrame& first, const Settings& settings) {
         result = avfilter_graph_create_filter(&mSink, avfilter_get_by_name("buffersink"), "out",
                                               nullptr, nullptr, mGraph.get());
     }
-    return result >= 0 ? connect(settings.filters) : resultOf(result);
+    return result >= 0 ? connect(settings.filters) : avStatus(result);
 }
 
 Status FilterGraph::connect(const std::string& filters) {
@@ -52,7 +48,7 @@ Status FilterGraph::connect(const std::string& filters) {
     avfilter_inout_free(&start);
     avfilter_inout_free(&end);
     if (result >= 0) result = avfilter_graph_config(mGraph.get(), nullptr);
-    return resultOf(result);
+    return avStatus(result);
 }
 
 bool FilterGraph::takes(const AVFrame& frame) const {
@@ -60,7 +56,7 @@ bool FilterGraph::takes(const AVFrame& frame) const {
 }
 
 Status FilterGraph::send(AVFrame* frame) {
-    return resultOf(av_buffersrc_add_frame(mSource, frame));
+    return avStatus(av_buffersrc_add_frame(mSource, frame));
 }
 
 Status FilterGraph::receive(AVFrame* frame, Result* result) {
@@ -69,7 +65,7 @@ Status FilterGraph::receive(AVFrame* frame, Result* result) {
     *result = code == AVERROR(EAGAIN) ? Result::NeedsInput
               : code == AVERROR_EOF   ? Result::End
                                       : Result::Frame;
-    return *result == Result::Frame ? resultOf(code) : Status();
+    return *result == Result::Frame ? avStatus(code) : Status();
 }
 
 AVRational FilterGraph::timeBase() const {

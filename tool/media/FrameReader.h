@@ -32,10 +32,6 @@ struct Damage {
     int64_t patchedFrames = 0;   // marked by the decoder as not what they should be
     int64_t mendedTimes = 0;     // frames that were not shown later than the one before
     std::string ending;          // why it ends too early; empty if it does not
-
-    bool isNone() const {
-        return skippedPackets == 0 && patchedFrames == 0 && mendedTimes == 0 && ending.empty();
-    }
 };
 
 /**

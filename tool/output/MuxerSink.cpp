@@ -6,6 +6,8 @@
 
 #include "base/Text.h"
 #include "media/AvMessages.h"
+#include "media/PlanarFrame.h"
+#include "output/Encoder.h"
 
 namespace plexa {
 Status MuxerSink::named(const Status& status) const {
@@ -24,9 +26,9 @@ Status MuxerSink::open(const VideoFormat& format, const VideoFormat& /*source*/)
     const char* name = mContainer == OutputKind::Mp4 ? "mp4" : "matroska";
     int result = avformat_alloc_output_context2(&muxer, nullptr, name, mPath.c_str());
     mMuxer.reset(muxer);
-    if (result < 0) return named(Status::error(avErrorWithLog(result)));
+    if (result < 0) return named(avStatus(result));
     const bool withGlobalHeader = (muxer->oformat->flags & AVFMT_GLOBALHEADER) != 0;
-    Status status = named(mEncoder.open(format, withGlobalHeader));
+    Status status = named(openEncoder(format, withGlobalHeader, &mEncoder));
     if (status.isOk()) status = mFile.create(mPath);
     return status.isOk() ? addStream() : status;
 }
@@ -35,7 +37,7 @@ Status MuxerSink::addStream() {
     mMuxer->pb = mFile.io();
     mMuxer->flags |= AVFMT_FLAG_CUSTOM_IO;
     mStream = avformat_new_stream(mMuxer.get(), nullptr);
-    int result = avcodec_parameters_from_context(mStream->codecpar, &mEncoder.codec());
+    int result = avcodec_parameters_from_context(mStream->codecpar, mEncoder.get());
     if (mContainer == OutputKind::Mp4 && mStream->codecpar->codec_id == AV_CODEC_ID_HEVC) {
         mStream->codecpar->codec_tag = MKTAG('h', 'v', 'c', '1');  // the tag that all players take
     }
@@ -49,7 +51,7 @@ Status MuxerSink::addStream() {
     if (result >= 0) result = avformat_write_header(mMuxer.get(), nullptr);
     Status status = mFile.flush();
     if (!status.isOk()) return status;
-    return result < 0 ? named(Status::error(avErrorWithLog(result))) : Status();
+    return named(avStatus(result));
 }
 
 // Display matrix and HDR metadata, as far as the container has a place for them.
@@ -67,31 +69,39 @@ void MuxerSink::addSideData() {
 }
 
 Status MuxerSink::write(const FinishedFrame& frame) {
-    Status status = named(mEncoder.send(pixelsOf(frame.buffer), frame.time));
-    return status.isOk() ? drain() : status;
+    // An encoder may still hold the last frame's samples.
+    mFrame = allocateFrame(mEncoder->pix_fmt, mFormat.width, mFormat.height);
+    if (mFrame == nullptr) return named(Status::error("no memory for a frame"));
+    unpack(pixelsOf(frame.buffer), mFrame.get());
+    mFrame->pts = frame.time.pts;
+    mDurations[frame.time.pts] = frame.time.duration;
+    return encode(mFrame.get());
 }
 
-Status MuxerSink::drain() {
-    for (;;) {
-        Status status = named(mEncoder.receive(mPacket.get()));
-        if (!status.isOk() || mPacket->data == nullptr) return status;
+// Writes all packets that are ready; null is the end.
+Status MuxerSink::encode(const AVFrame* frame) {
+    int result = avcodec_send_frame(mEncoder.get(), frame);
+    while (result >= 0) {
+        result = avcodec_receive_packet(mEncoder.get(), mPacket.get());
+        if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return {};
+        if (result < 0) break;
+        const auto known = mDurations.extract(mPacket->pts);
+        if (!known.empty()) mPacket->duration = known.mapped();
         mPacket->stream_index = mStream->index;
         av_packet_rescale_ts(mPacket.get(), mFormat.timeBase, mStream->time_base);
-        int result = av_interleaved_write_frame(mMuxer.get(), mPacket.get());
-        status = mFile.flush();
+        result = av_interleaved_write_frame(mMuxer.get(), mPacket.get());
+        Status status = mFile.flush();
         if (!status.isOk()) return status;
-        if (result < 0) return named(Status::error(avErrorWithLog(result)));
     }
+    return named(avStatus(result));
 }
 
 Status MuxerSink::finish() {
-    Status status = named(mEncoder.sendEnd());
-    if (status.isOk()) status = drain();
+    Status status = encode(nullptr);
     if (!status.isOk()) return status;
-    int result = av_write_trailer(mMuxer.get());
-    status = mFile.commit();
-    if (!status.isOk()) return status;
-    return result < 0 ? named(Status::error(avErrorWithLog(result))) : Status();
+    const int result = av_write_trailer(mMuxer.get());
+    status = result < 0 ? mFile.flush() : mFile.commit();
+    return status.isOk() ? named(avStatus(result)) : status;
 }
 
 }  // namespace plexa

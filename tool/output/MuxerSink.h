@@ -1,9 +1,11 @@
 // Encodes frames into a container.
 #pragma once
 
+#include <map>
+
+#include "media/AvHandles.h"
 #include "output/FrameSink.h"
 #include "output/OutputFile.h"
-#include "output/VideoEncoder.h"
 
 namespace plexa {
 
@@ -11,7 +13,7 @@ namespace plexa {
  * A .mp4 or .mkv file: H.264 for 8 bits, HEVC for 10. Presentation times come out as they went in;
  * Matroska keeps them to its millisecond. HDR metadata goes into container and stream.
  *
- * Threading: reentrant.
+ * Threading: reentrant; the encoder uses threads of its own.
  */
 class MuxerSink : public FrameSink {
 public:
@@ -24,14 +26,16 @@ public:
 private:
     Status addStream();
     void addSideData();
-    Status drain();
+    Status encode(const AVFrame* frame);
     Status named(const Status& status) const;
 
     std::string mPath;
     OutputKind mContainer;
     OutputFile mFile;  // before mMuxer, which writes into it
     OutputPtr mMuxer;
-    VideoEncoder mEncoder;
+    CodecPtr mEncoder;
+    FramePtr mFrame;
+    std::map<int64_t, int64_t> mDurations;  // by presentation time, of the frames in the encoder
     PacketPtr mPacket{av_packet_alloc()};
     VideoFormat mFormat;
     AVStream* mStream = nullptr;

@@ -38,7 +38,7 @@ Status encode(const AVFrame& picture, AVPacket* packet) {
     if (result >= 0) result = avcodec_send_frame(encoder.get(), &picture);
     if (result >= 0) result = avcodec_send_frame(encoder.get(), nullptr);
     if (result >= 0) result = avcodec_receive_packet(encoder.get(), packet);
-    return result < 0 ? Status::error(avErrorWithLog(result)) : Status();
+    return avStatus(result);
 }
 
 }  // namespace

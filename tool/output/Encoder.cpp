@@ -1,5 +1,5 @@
-// Encodes frames with one of libavcodec's encoders.
-#include "output/VideoEncoder.h"
+// Sets up one of libavcodec's video encoders.
+#include "output/Encoder.h"
 
 extern "C" {
 #include <libavutil/mastering_display_metadata.h>
@@ -60,9 +60,24 @@ std::string x265Options(const AVFrame* first) {
     return options;
 }
 
+void describe(const VideoFormat& format, AVCodecContext* encoder) {
+    encoder->width = format.width;
+    encoder->height = format.height;
+    encoder->pix_fmt = planarFormat(format.bitDepth);
+    encoder->time_base = format.timeBase;
+    encoder->framerate = format.frameRate;
+    encoder->sample_aspect_ratio = format.sampleAspectRatio;
+    encoder->color_range = format.range;
+    encoder->color_primaries = format.primaries;
+    encoder->color_trc = format.transfer;
+    encoder->colorspace = format.matrix;
+    encoder->chroma_sample_location = format.chromaLocation;
+    encoder->thread_count = 0;
+}
+
 }  // namespace
 
-Status VideoEncoder::open(const VideoFormat& format, bool withGlobalHeader) {
+Status openEncoder(const VideoFormat& format, bool withGlobalHeader, CodecPtr* encoder) {
     const EncoderChoice& choice = format.bitDepth > 8 ? kHevc : kH264;
     const AVCodec* codec = avcodec_find_encoder_by_name(choice.name);
     if (codec == nullptr) codec = avcodec_find_encoder(choice.codec);
@@ -70,62 +85,18 @@ Status VideoEncoder::open(const VideoFormat& format, bool withGlobalHeader) {
         return Status::error(std::string("FFmpeg's libraries have no encoder for ") +
                              avcodec_get_name(choice.codec));
     }
-    mCodec.reset(avcodec_alloc_context3(codec));
-    describe(format);
-    if (withGlobalHeader) mCodec->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
+    encoder->reset(avcodec_alloc_context3(codec));
+    describe(format, encoder->get());
+    if (withGlobalHeader) (*encoder)->flags |= AV_CODEC_FLAG_GLOBAL_HEADER;
     // An encoder that stands in for the named one need not know these.
-    av_opt_set(mCodec->priv_data, "preset", choice.preset, 0);
-    av_opt_set(mCodec->priv_data, "crf", choice.quality, 0);
-    const std::string x265 = x265Options(format.first.get());
-    av_opt_set(mCodec->priv_data, "x265-params", x265.c_str(), 0);
-    int result = avcodec_open2(mCodec.get(), codec, nullptr);
-    if (result < 0) {
-        return Status::error(text("%s cannot encode %dx%d: %s", codec->name, format.width,
-                                  format.height, avErrorWithLog(result).c_str()));
-    }
-    mFrame = allocateFrame(mCodec->pix_fmt, format.width, format.height);
-    return mFrame != nullptr ? Status() : Status::error("no memory for a frame");
-}
-
-void VideoEncoder::describe(const VideoFormat& format) {
-    mCodec->width = format.width;
-    mCodec->height = format.height;
-    mCodec->pix_fmt = planarFormat(format.bitDepth);
-    mCodec->time_base = format.timeBase;
-    mCodec->framerate = format.frameRate;
-    mCodec->sample_aspect_ratio = format.sampleAspectRatio;
-    mCodec->color_range = format.range;
-    mCodec->color_primaries = format.primaries;
-    mCodec->color_trc = format.transfer;
-    mCodec->colorspace = format.matrix;
-    mCodec->chroma_sample_location = format.chromaLocation;
-    mCodec->thread_count = 0;
-}
-
-Status VideoEncoder::send(const SemiPlanarPicture& picture, FrameTime time) {
-    int result = av_frame_make_writable(mFrame.get());
-    if (result >= 0) {
-        unpack(picture, mFrame.get());
-        mFrame->pts = time.pts;
-        mDurations[time.pts] = time.duration;
-        result = avcodec_send_frame(mCodec.get(), mFrame.get());
-    }
-    return result < 0 ? Status::error(avErrorWithLog(result)) : Status();
-}
-
-Status VideoEncoder::sendEnd() {
-    int result = avcodec_send_frame(mCodec.get(), nullptr);
-    return result < 0 ? Status::error(avErrorWithLog(result)) : Status();
-}
-
-Status VideoEncoder::receive(AVPacket* packet) {
-    int result = avcodec_receive_packet(mCodec.get(), packet);
-    if (result == AVERROR(EAGAIN) || result == AVERROR_EOF) return {};
-    if (result < 0) return Status::error(avErrorWithLog(result));
-    if (auto known = mDurations.extract(packet->pts); !known.empty()) {
-        packet->duration = known.mapped();
-    }
-    return {};
+    void* options = (*encoder)->priv_data;
+    av_opt_set(options, "preset", choice.preset, 0);
+    av_opt_set(options, "crf", choice.quality, 0);
+    av_opt_set(options, "x265-params", x265Options(format.first.get()).c_str(), 0);
+    const int result = avcodec_open2(encoder->get(), codec, nullptr);
+    if (result >= 0) return {};
+    return Status::error(text("%s cannot encode %dx%d: %s", codec->name, format.width,
+                              format.height, avErrorWithLog(result).c_str()));
 }
 
 }  // namespace plexa

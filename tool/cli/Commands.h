@@ -1,15 +1,16 @@
-// The command line of `plexa scale`.
+// The command lines of the subcommands.
 #pragma once
 
 #include "cli/CommandLine.h"
 #include "job/ScaleJob.h"
+#include "job/SnapshotJob.h"
 
 namespace plexa {
 
 /**
  * Declares the options of `plexa scale`, checks them against each other and runs the job.
  *
- * Threading: reentrant.
+ * Threading: reentrant, like SnapshotCommand.
  */
 class ScaleCommand {
 public:
@@ -27,6 +28,23 @@ private:
     CLI::App* mCommand;
     SharedOptions mOptions;
     ScaleRequest mRequest;
+};
+
+/** The same for `plexa snapshot`. */
+class SnapshotCommand {
+public:
+    explicit SnapshotCommand(CLI::App* program);
+    bool isChosen() const { return mCommand->parsed(); }
+    int run();
+
+private:
+    void addFrameOptions();
+    void addPictureOptions();
+    Status checkOptions() const;
+
+    CLI::App* mCommand;
+    SharedOptions mOptions;
+    SnapshotRequest mRequest;
 };
 
 }  // namespace plexa
