@@ -46,19 +46,17 @@ int run(int argc, char** argv) {
     plexa::SnapshotCommand snapshot(&program);
     const bool json = hasWord(argc, argv, "--json");
     const Status words = plexa::checkWords(program, argc, argv);
-    const auto command = [&]() -> std::string {
-        for (const CLI::App* known : program.get_subcommands({})) {
-            if (argc > 1 && known->get_name() == argv[1]) return known->get_name();
-        }
-        return "";
-    };
-    if (!words.isOk()) return plexa::failUsage(words, command(), json);
+    std::string command;
+    for (const CLI::App* known : program.get_subcommands({})) {
+        if (argc > 1 && known->get_name() == argv[1]) command = argv[1];
+    }
+    if (!words.isOk()) return plexa::failUsage(words, command, json);
     try {
         program.parse(argc, argv);
     } catch (const CLI::Success& helpOrVersion) {
         return printHelp(program, helpOrVersion);
     } catch (const CLI::ParseError& error) {
-        return plexa::failUsage(Status::error(error.what()), command(), json);
+        return plexa::failUsage(Status::error(error.what()), command, json);
     }
     if (scale.isChosen()) return scale.run();
     if (snapshot.isChosen()) return snapshot.run();

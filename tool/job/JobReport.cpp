@@ -4,6 +4,7 @@
 #include <nlohmann/json.hpp>
 
 #include "base/Text.h"
+#include "media/AvMessages.h"
 #include "output/Dataspace.h"
 #include "output/FrameSink.h"
 
@@ -37,6 +38,7 @@ Json jobJson(const JobReport& report) {
             {"damage",
              {{"skipped_packets", damage.skippedPackets},
               {"patched_frames", damage.patchedFrames},
+              {"decoder_errors", decoderErrors().count},
               {"mended_times", damage.mendedTimes},
               {"cut_short", !damage.ending.empty()}}},
             {"notes", report.notes}};

@@ -4,7 +4,6 @@
 #include <utility>
 
 #include "base/Text.h"
-#include "media/Colors.h"
 #include "media/FrameBuffers.h"
 #include "media/LibraryLog.h"
 #include "media/PlanarFrame.h"

@@ -326,8 +326,9 @@ void FrameReader::noteDamage(std::vector<std::string>* notes) const {
     // Some decoders mark the frames that they patched up, some only say so.
     const DecoderErrors errors = decoderErrors();
     if (mDamage.patchedFrames > 0 || (errors.count > 0 && mDamage.skippedPackets == 0)) {
-        notes->push_back(text("%s: is damaged, and the decoder patched it up%s%s", name,
-                              errors.count > 0 ? "; it said first: " : "", errors.first.c_str()));
+        const std::string first = errors.count > 0 ? "; it said first: " + errors.first : "";
+        notes->push_back(text("%s: is damaged, and the decoder patched it up, with %lld errors%s",
+                              name, static_cast<long long>(errors.count), first.c_str()));
     }
     if (mDamage.mendedTimes > 0) {
         notes->push_back(
