@@ -1,20 +1,22 @@
 // The plexa command.
 #include <fcntl.h>
 
+#include <algorithm>
 #include <csignal>
 #include <cstdio>
 #include <exception>
+#include <sstream>
 
-#include "cli/ScaleCommand.h"
-#include "cli/SnapshotCommand.h"
+#include "cli/Commands.h"
 
 namespace {
 
 // Without this, the first file that is opened would take the place of a closed standard stream.
+// What is closed stays unusable: it cannot be written, or, standard input, not read.
 void openStandardStreams() {
-    int fd = 0;
-    while (fd >= 0 && fd <= 2)
-        fd = open("/dev/null", O_RDWR);
+    for (int fd = 0; fd <= 2; ++fd) {
+        if (fcntl(fd, F_GETFD) < 0) open("/dev/null", fd == 0 ? O_WRONLY : O_RDONLY);
+    }
 }
 
 // A closed pipe or a file that grew too large is an error of the write, told like any other.
@@ -23,24 +25,42 @@ void ignoreWriteSignals() {
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
+bool hasWord(int argc, char** argv, const char* word) {
+    return std::any_of(argv, argv + argc, [word](std::string given) { return given == word; });
+}
+
+int printHelp(const CLI::App& program, const CLI::Success& helpOrVersion) {
+    std::ostringstream shown;
+    program.exit(helpOrVersion, shown, shown);
+    const plexa::Status status = plexa::print(shown.str(), stdout);
+    return status.isOk() ? plexa::kExitDone : plexa::fail(status, plexa::kExitFailed, false);
+}
+
 int run(int argc, char** argv) {
+    using plexa::Status;
     CLI::App program("Runs real video through chains of asynchronous stages.", "plexa");
     program.set_version_flag("--version", "plexa " PLEXA_VERSION);
     program.require_subcommand(0, 1);
+    program.footer(plexa::kExitStatuses);
     plexa::ScaleCommand scale(&program);
     plexa::SnapshotCommand snapshot(&program);
+    const bool json = hasWord(argc, argv, "--json");
+    const Status words = plexa::checkWords(program, argc, argv);
+    std::string command;
+    for (const CLI::App* known : program.get_subcommands({})) {
+        if (argc > 1 && known->get_name() == argv[1]) command = argv[1];
+    }
+    if (!words.isOk()) return plexa::failUsage(words, command, json);
     try {
         program.parse(argc, argv);
     } catch (const CLI::Success& helpOrVersion) {
-        return program.exit(helpOrVersion);
+        return printHelp(program, helpOrVersion);
     } catch (const CLI::ParseError& error) {
-        std::fprintf(stderr, "plexa: %s\n", error.what());
-        return plexa::kExitUsage;
+        return plexa::failUsage(Status::error(error.what()), command, json);
     }
     if (scale.isChosen()) return scale.run();
     if (snapshot.isChosen()) return snapshot.run();
-    std::fprintf(stderr, "plexa: a command is missing: scale or snapshot (see plexa --help)\n");
-    return plexa::kExitUsage;
+    return plexa::failUsage(Status::error("a command is missing: scale or snapshot"), "", json);
 }
 
 }  // namespace

@@ -2,7 +2,6 @@
 #include "base/DurationHistogram.h"
 
 #include <algorithm>
-#include <bit>
 #include <cmath>
 
 namespace plexa {
@@ -12,25 +11,21 @@ constexpr double kNsPerMs = 1e6;
 
 }  // namespace
 
-// The first kSteps buckets are one nanosecond wide; each further group of kSteps buckets covers one
-// more power of two.
-size_t DurationHistogram::bucketOf(uint64_t nanoseconds) {
-    const int shift = std::max(0, static_cast<int>(std::bit_width(nanoseconds)) - (kStepBits + 1));
-    return static_cast<size_t>(shift) * kSteps + static_cast<size_t>(nanoseconds >> shift);
+// Each bucket covers 1 / kSteps of a power of two; what is shorter than a nanosecond is in the
+// first.
+size_t DurationHistogram::bucketOf(double nanoseconds) {
+    return static_cast<size_t>(std::log2(std::max(nanoseconds, 1.0)) * kSteps);
 }
 
 double DurationHistogram::middleOf(size_t bucket) {
-    if (bucket < 2 * kSteps) return static_cast<double>(bucket);
-    const size_t shift = bucket / kSteps - 1;
-    const double width = std::ldexp(1.0, static_cast<int>(shift));
-    return (static_cast<double>(bucket - shift * kSteps) + 0.5) * width;
+    return std::exp2((static_cast<double>(bucket) + 0.5) / kSteps);
 }
 
 void DurationHistogram::add(std::chrono::nanoseconds duration) {
-    const auto nanoseconds = static_cast<uint64_t>(std::max<int64_t>(duration.count(), 0));
+    const auto nanoseconds = static_cast<double>(std::max<int64_t>(duration.count(), 0));
     ++mCounts[bucketOf(nanoseconds)];
     ++mCount;
-    mSumNs += static_cast<double>(nanoseconds);
+    mSumNs += nanoseconds;
 }
 
 double DurationHistogram::percentileMs(double fraction) const {

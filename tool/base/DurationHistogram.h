@@ -30,11 +30,10 @@ public:
     DurationSummary summary() const;
 
 private:
-    static constexpr int kStepBits = 6;
-    static constexpr size_t kSteps = size_t{1} << kStepBits;
-    static constexpr size_t kBuckets = (64 - kStepBits) * kSteps;
+    static constexpr size_t kSteps = 64;
+    static constexpr size_t kBuckets = 64 * kSteps;
 
-    static size_t bucketOf(uint64_t nanoseconds);
+    static size_t bucketOf(double nanoseconds);
     static double middleOf(size_t bucket);
     double percentileMs(double fraction) const;
 

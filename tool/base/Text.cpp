@@ -3,7 +3,6 @@
 
 #include <cstdarg>
 #include <cstdio>
-#include <system_error>
 
 namespace plexa {
 
@@ -19,10 +18,6 @@ std::string text(const char* format, ...) {
     std::vsnprintf(result.data(), result.size() + 1, format, arguments);
     va_end(arguments);
     return result;
-}
-
-std::string errnoText(int error) {
-    return std::generic_category().message(error);
 }
 
 }  // namespace plexa

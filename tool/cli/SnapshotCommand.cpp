@@ -1,17 +1,16 @@
 // The command line of `plexa snapshot`.
-#include "cli/SnapshotCommand.h"
+#include "cli/Commands.h"
+
+extern "C" {
+#include <libavutil/parseutils.h>
+}
 
 #include <charconv>
 #include <cmath>
-#include <cstdio>
 #include <optional>
 
-#include "base/SignalWatch.h"
 #include "base/Text.h"
-#include "job/Dataspace.h"
-#include "job/LibraryLog.h"
-#include "media/AvMessages.h"
-#include "media/FrameSink.h"
+#include "output/FrameSink.h"
 
 namespace plexa {
 namespace {
@@ -30,13 +29,19 @@ std::optional<Engine> engineOf(const std::string& name) {
 bool parseSeconds(const std::string& value, double* seconds) {
     const char* end = value.data() + value.size();
     auto [rest, error] = std::from_chars(value.data(), end, *seconds);
-    return error == std::errc() && rest == end && std::isfinite(*seconds) && *seconds >= 0;
+    bool isTime = error == std::errc() && rest == end && std::isfinite(*seconds);
+    if (!isTime && value.find(':') != std::string::npos) {
+        int64_t microseconds = 0;
+        isTime = av_parse_time(&microseconds, value.c_str(), 1) >= 0;
+        *seconds = static_cast<double>(microseconds) / AV_TIME_BASE;
+    }
+    return isTime && *seconds >= 0;
 }
 
 std::string checkSeconds(const std::string& value) {
     double seconds = 0;
     if (parseSeconds(value, &seconds)) return {};
-    return text("'%s' is not a time: expected seconds, 0 or more", value.c_str());
+    return text("'%s' is not a time: expected seconds or hh:mm:ss, 0 or more", value.c_str());
 }
 
 std::string checkEngine(const std::string& value) {
@@ -53,24 +58,23 @@ std::string checkCrop(const std::string& value) {
 
 SnapshotCommand::SnapshotCommand(CLI::App* program)
     : mCommand(program->add_subcommand("snapshot", kSnapshotDescription)) {
-    mCommand->add_option("INPUT", mRequest.input, kInputs)->required();
+    addInput(mCommand, &mOptions);
     mCommand
         ->add_option("OUTPUT", mRequest.output,
                      "The picture, .png. It appears under its name only when it is complete")
         ->required();
     addFrameOptions();
     addPictureOptions();
-    mCommand->add_flag("--quiet", mQuiet, "Print errors only");
-    mCommand->add_flag("--verbose", mVerbose, "Print the log of the library and of FFmpeg");
+    addSharedOptions(mCommand, &mOptions);
 }
 
 void SnapshotCommand::addFrameOptions() {
     mCommand
         ->add_option_function<std::string>(
             "--at", [this](const std::string& value) { parseSeconds(value, &mRequest.seconds); },
-            "Take the first frame at or after this time, counted from the first frame; "
-            "default 0")
-        ->type_name("SECONDS")
+            "Take the first frame at or after this time, in seconds or as hh:mm:ss, counted from "
+            "the first frame; default 0")
+        ->type_name("TIME")
         ->check(checkSeconds);
     mCommand
         ->add_option_function<std::string>(
@@ -97,38 +101,21 @@ void SnapshotCommand::addPictureOptions() {
             "start")
         ->type_name("auto|gl|capture")
         ->check(checkEngine);
-    addSizeOption(mCommand, &mRequest.size, "picture; default that of the crop");
+    addSizeOption(mCommand, &mRequest.size, "picture; default that of the crop, in square pixels");
 }
 
 Status SnapshotCommand::checkOptions() const {
-    if (!isPicture(mRequest.output)) {
+    if (outputKindOf(mRequest.output) != OutputKind::Picture) {
         return Status::error("OUTPUT: '" + mRequest.output + "' is no .png");
     }
-    return checkIsNotInput(mRequest.input, mRequest.output);
+    return checkIsNotInput(mOptions.input.path, mRequest.output);
 }
 
 int SnapshotCommand::run() {
     Status status = checkOptions();
-    if (!status.isOk()) return fail(status, kExitUsage);
-    captureAvLog(mVerbose);
-    captureLibraryLog(mVerbose);
-    SnapshotJob job(mRequest);
-    SignalWatch watch([&job] { job.cancel(); });
-    SnapshotReport result;
-    status = job.run(&result);
-    if (!status.isOk()) return fail(status, kExitFailed);
-    if (!mQuiet) report(result);
-    return kExitDone;
-}
-
-void SnapshotCommand::report(const SnapshotReport& report) const {
-    const VideoFormat& source = report.source;
-    std::printf("%s (%dx%d, %d bits) at %.3f s -> %s (%dx%d)\n", mRequest.input.c_str(),
-                source.width, source.height, source.bitDepth, report.seconds,
-                mRequest.output.c_str(), report.size.width, report.size.height);
-    std::printf("engine %s; %s\n", nameOf(report.engine), colorWords(source).c_str());
-    for (const std::string& warning : report.warnings)
-        std::printf("note: %s\n", warning.c_str());
+    if (!status.isOk()) return failUsage(status, "snapshot", mOptions.json);
+    mRequest.input = mOptions.input;
+    return runJob<SnapshotJob, SnapshotReport>(mRequest, mOptions, stdout);
 }
 
 }  // namespace plexa

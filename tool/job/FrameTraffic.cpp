@@ -1,8 +1,10 @@
 // Which buffer is where, and why a job ends.
 #include "job/FrameTraffic.h"
 
+#include <utility>
+
 #include "base/Text.h"
-#include "job/LibraryLog.h"
+#include "media/LibraryLog.h"
 
 namespace plexa {
 namespace {
@@ -12,7 +14,11 @@ constexpr std::chrono::seconds kCheckInterval{1};
 
 }  // namespace
 
-FrameTraffic::FrameTraffic(int inputs) {
+void FrameTraffic::startAnew(int inputs) {
+    std::scoped_lock lock(mLock);
+    mEnded = false;
+    mOutputsInChain = 0;
+    mFreeInputs.clear();
     for (int id = 0; id < inputs; ++id)
         mFreeInputs.push_back(id);
 }
@@ -42,24 +48,17 @@ bool FrameTraffic::takeFreeInput(int* bufferId) {
     return true;
 }
 
-void FrameTraffic::enter(FrameTime time, int64_t timeUs, bool isEnd) {
+void FrameTraffic::inputQueued(FrameInChain frame) {
     std::scoped_lock lock(mLock);
     mLastActivity = Clock::now();
-    mInChain.push_back({time, timeUs, isEnd, mLastActivity});
-}
-
-void FrameTraffic::inputQueued(FrameTime time, int64_t timeUs) {
-    enter(time, timeUs, false);
-}
-
-void FrameTraffic::endQueued(int64_t timeUs) {
-    enter({}, timeUs, true);
+    frame.queued = mLastActivity;
+    mInChain.push_back(std::move(frame));
 }
 
 bool FrameTraffic::takeFilledOutput(FilledOutput* output) {
     std::unique_lock lock(mLock);
     if (!wait(&lock, [this] { return !mFilled.empty(); })) return false;
-    *output = mFilled.front();
+    *output = std::move(mFilled.front());
     mFilled.pop_front();
     return true;
 }
@@ -81,14 +80,16 @@ void FrameTraffic::onOutputDone(int bufferId, int64_t timeUs, bool hasFrame) {
     std::scoped_lock lock(mLock);
     mLastActivity = Clock::now();
     --mOutputsInChain;
+    if (mEnded) return;
     if (!hasFrame) return failLocked(Status::error("the pipe dropped a frame"));
     if (mInChain.empty() || mInChain.front().timeUs != timeUs) {
         return failLocked(Status::error(text("the pipe gave out a frame of %lld us out of order",
                                              static_cast<long long>(timeUs))));
     }
-    const FrameInChain frame = mInChain.front();
+    mFilled.push_back({bufferId, std::move(mInChain.front())});
     mInChain.pop_front();
-    mFilled.push_back({bufferId, frame.time, frame.isEnd});
+    const FrameInChain& frame = mFilled.back().frame;
+    mEnded = frame.isEnd;
     if (!frame.isEnd) mChainTimes.add(mLastActivity - frame.queued);
     mChanged.notify_all();
 }

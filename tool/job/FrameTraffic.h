@@ -5,11 +5,11 @@
 #include <condition_variable>
 #include <cstdint>
 #include <deque>
+#include <memory>
 #include <mutex>
 
 #include "base/DurationHistogram.h"
 #include "base/Status.h"
-#include "job/NoticeHandler.h"
 #include "media/VideoFormat.h"
 
 namespace plexa {
@@ -20,32 +20,41 @@ namespace plexa {
  * The first failure, wherever it happens, ends both waits. So does a chain that owes a frame and is
  * silent for a minute: no wait is for ever.
  *
- * Frames leave the chain in the order in which they entered it; their exact times stay here
- * meanwhile, and what the chain says of a frame is checked against them.
+ * Frames leave the chain in the order in which they entered it; their exact times and their
+ * properties stay here meanwhile, and what the chain says of a frame is checked against them.
  *
  * Threading: thread-safe.
  */
-class FrameTraffic final : public NoticeListener {
+class FrameTraffic {
 public:
     /** Input buffers have the ids from 0 to `inputs` - 1, all free at first. */
-    explicit FrameTraffic(int inputs);
+    explicit FrameTraffic(int inputs) { startAnew(inputs); }
 
     /** Waits for a free input buffer; false once the job has failed. */
     bool takeFreeInput(int* bufferId);
-    /** An input is about to be queued: a frame with its times, or the mark of the end. */
-    void inputQueued(FrameTime time, int64_t timeUs);
-    void endQueued(int64_t timeUs);
+
+    /** What is to be known of an input when its output comes. */
+    struct FrameInChain {
+        FrameTime time;
+        int64_t timeUs = 0;
+        std::shared_ptr<const AVFrame> properties;
+        bool isEnd = false;  // the mark of the end, not a frame
+        std::chrono::steady_clock::time_point queued = {};
+    };
+    /** An input is about to be queued. */
+    void inputQueued(FrameInChain frame);
 
     struct FilledOutput {
         int bufferId = -1;
-        FrameTime time;
-        bool isEnd = false;  // the mark of the end, not a frame
+        FrameInChain frame;
     };
-
     /** Waits for the next filled output buffer; false once the job has failed. */
     bool takeFilledOutput(FilledOutput* output);
     /** An output buffer is about to be queued. */
     void outputQueued();
+
+    /** After the mark of the end and the chain's release: all inputs are free, no output is out. */
+    void startAnew(int inputs);
 
     /** Ends the job with this error, unless it has failed before. */
     void fail(const Status& status);
@@ -55,21 +64,15 @@ public:
     /** How long frames took from being queued to their output's notice. */
     DurationSummary chainTimes() const;
 
-    void onInputDone(int bufferId) override;
-    void onOutputDone(int bufferId, int64_t timeUs, bool hasFrame) override;
-    void onChainError(int status) override;
+    void onInputDone(int bufferId);
+    /** `hasFrame` is false for a buffer that came back as it was. */
+    void onOutputDone(int bufferId, int64_t timeUs, bool hasFrame);
+    /** A stage has failed and takes no more items. */
+    void onChainError(int status);
 
 private:
     using Clock = std::chrono::steady_clock;
 
-    struct FrameInChain {
-        FrameTime time;
-        int64_t timeUs;
-        bool isEnd;
-        Clock::time_point queued;
-    };
-
-    void enter(FrameTime time, int64_t timeUs, bool isEnd);
     template <typename Condition>
     bool wait(std::unique_lock<std::mutex>* lock, Condition isThere);
     void failLocked(const Status& status);
@@ -82,6 +85,7 @@ private:
     std::deque<FrameInChain> mInChain;
     std::deque<FilledOutput> mFilled;
     int mOutputsInChain = 0;
+    bool mEnded = false;  // the mark of the end is out; what comes now comes home unused
     Clock::time_point mLastActivity = Clock::now();
     DurationHistogram mChainTimes;
     Status mFailure;

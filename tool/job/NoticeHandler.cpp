@@ -16,6 +16,11 @@ constexpr std::chrono::seconds kDeadline{60};
 
 }  // namespace
 
+void NoticeHandler::startAnew() {
+    std::scoped_lock lock(mLock);
+    mNotices.clear();
+}
+
 bool NoticeHandler::waitForInit() {
     waitForEither(APipe::kWhatInitCompleted, APipe::kWhatError);
     std::scoped_lock lock(mLock);
@@ -47,14 +52,14 @@ void NoticeHandler::onMessageReceived(const sp<AMessage>& msg) {
     msg->findInt32("bufferId", &bufferId);
     switch (what) {
         case APipe::kWhatInputBufferDone:
-            return mListener->onInputDone(bufferId);
+            return mTraffic->onInputDone(bufferId);
         case APipe::kWhatOutputBufferDone:
             msg->findInt64("timeUs", &timeUs);
             msg->findInt32("flag", &detail);
-            return mListener->onOutputDone(bufferId, timeUs, detail == APipe::kBufferWithFrame);
+            return mTraffic->onOutputDone(bufferId, timeUs, detail == APipe::kBufferWithFrame);
         case APipe::kWhatError:
             msg->findInt32("err", &detail);
-            mListener->onChainError(detail);
+            mTraffic->onChainError(detail);
             return keep(what);
         default:
             return keep(what);

@@ -8,8 +8,8 @@
 #include <utility>
 
 #include "base/Text.h"
-#include "job/FrameBuffers.h"
-#include "job/LibraryLog.h"
+#include "media/FrameBuffers.h"
+#include "media/LibraryLog.h"
 
 namespace plexa {
 
@@ -33,15 +33,26 @@ Status queued(android::status_t result, const char* what) {
 
 }  // namespace
 
-Status ScaleChain::start(const Sizes& sizes, NoticeListener* listener) {
-    mLooper = new android::ALooper();
+ScaleChain::ScaleChain(FrameTraffic* traffic)
+    : mLooper(new android::ALooper()), mHandler(new NoticeHandler(traffic)) {
     mLooper->setName("plexa_notices");
     mLooper->start(false, false, android::APipe::kLooperPriority);
-    mHandler = new NoticeHandler(listener);
     mLooper->registerHandler(mHandler);
-    sp<AMessage> notify = new AMessage(0, mHandler);
+    const sp<AMessage> notify = new AMessage(0, mHandler);
     mLast = withGenerator(new android::APipeScale(nullptr, notify), "plexa_scale");
     mFirst = withGenerator(new android::APipeDecompress(mLast, notify), "plexa_decompress");
+}
+
+ScaleChain::~ScaleChain() {
+    stop();
+    // The stages go before the looper that hears them.
+    mFirst.clear();
+    mLast.clear();
+    mLooper->stop();
+}
+
+Status ScaleChain::start(const Sizes& sizes) {
+    mHandler->startAnew();
     android::status_t result = mFirst->init(
         formatMessage(compressedFormat(sizes.bitDepth), sizes.sourceWidth, sizes.sourceHeight),
         formatMessage(linearFormat(sizes.bitDepth), sizes.width, sizes.height));
@@ -70,12 +81,6 @@ void ScaleChain::stop() {
         mFirst->release();
         mHandler->waitForRelease();
     }
-    // The stages go before the looper that hears them.
-    mFirst.clear();
-    mLast.clear();
-    if (mLooper != nullptr) mLooper->stop();
-    mLooper.clear();
-    mHandler.clear();
 }
 
 }  // namespace plexa

@@ -10,7 +10,8 @@ namespace plexa {
 
 /**
  * A decompress stage and a scale stage, each with a looper of its own, and the looper on which
- * their notices arrive. stop() may be called in any state; the destructor calls it.
+ * their notices arrive. After stop(), which may be called in any state, start() may be called again
+ * for other sizes: the same stages are released and take a new init.
  *
  * Threading: queueInput and queueOutput are thread-safe, the rest is reentrant.
  */
@@ -25,18 +26,19 @@ public:
         int bitDepth;
     };
 
-    ScaleChain() = default;
-    ~ScaleChain() { stop(); }
+    /** `traffic` is borrowed. */
+    explicit ScaleChain(FrameTraffic* traffic);
+    ~ScaleChain();
     ScaleChain(const ScaleChain&) = delete;
     ScaleChain& operator=(const ScaleChain&) = delete;
 
-    /** Builds the chain and waits until it takes items. `listener` is borrowed until stop(). */
-    Status start(const Sizes& sizes, NoticeListener* listener);
+    /** Waits until the chain takes items. */
+    Status start(const Sizes& sizes);
 
     Status queueInput(const android::sp<android::APipeBuffer>& input);
     Status queueOutput(const android::sp<android::APipeBuffer>& output);
 
-    /** Ends the chain. Afterwards no stage touches a buffer and the listener hears nothing. */
+    /** Releases the chain. Afterwards no stage touches a buffer. */
     void stop();
 
     /** The names under which the stages trace their work, in the order of the chain. */

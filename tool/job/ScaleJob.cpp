@@ -8,9 +8,10 @@
 #include <utility>
 
 #include "base/Text.h"
-#include "job/FrameBuffers.h"
-#include "job/LibraryLog.h"
 #include "job/ProgressLine.h"
+#include "media/FrameBuffers.h"
+#include "media/LibraryLog.h"
+#include "media/PlanarFrame.h"
 
 namespace plexa {
 namespace {
@@ -23,78 +24,119 @@ constexpr int kOutputBuffers = 4;
 
 constexpr AVRational kMicroseconds = {1, 1000000};
 
+// Where the output has no place for the input's rotation, its frames are turned.
+InputOptions forOutput(const ScaleRequest& request) {
+    InputOptions options = request.input;
+    options.turnsUpright = outputKindOf(request.output) != OutputKind::Mp4;
+    return options;
+}
+
 }  // namespace
 
 ScaleJob::ScaleJob(ScaleRequest request)
     : mRequest(std::move(request)),
-      mReader(mCancellation),
-      mSink(makeSink(mRequest.output, mRequest.sheet, mCancellation)),
+      mReader(forOutput(mRequest)),
+      mSink(makeSink(mRequest.output, mRequest.sheet)),
       mTraffic(kInputBuffers),
-      mStageTimes({std::begin(ScaleChain::kStageNames), std::end(ScaleChain::kStageNames)}) {}
+      mStageTimes({std::begin(ScaleChain::kStageNames), std::end(ScaleChain::kStageNames)}),
+      mChain(&mTraffic) {}
 
-void ScaleJob::cancel() {
-    mCancellation.request();
-    mTraffic.fail(Status::error("interrupted"));
-}
-
-Status ScaleJob::run(JobReport* report) {
+Status ScaleJob::run(ScaleReport* report) {
     Status status = open();
     if (status.isOk()) status = transfer();
     mChain.stop();
     if (status.isOk()) fillReport(report);
-    // Whatever came first after the interruption, this is what the user knows as the cause.
-    if (!status.isOk() && mCancellation.isRequested()) {
-        const std::string name = mRequest.output == "-" ? "standard output" : mRequest.output;
-        return Status::error(name + ": interrupted before it was complete");
-    }
     return status;
 }
 
 Status ScaleJob::open() {
-    Status status = mReader.open(mRequest.input);
+    Status status = mReader.open();
+    if (status.isOk()) status = chooseSize();
+    if (status.isOk()) status = mSink->open(mResult, mReader.format());
     if (!status.isOk()) return status;
+    for (int id = 0; id < kOutputBuffers; ++id)
+        mOutputs.push_back(allocateLinear(mResult.bitDepth, mResult.width, mResult.height, id));
+    return startChain(mReader.format().width, mReader.format().height);
+}
+
+Status ScaleJob::chooseSize() {
     const VideoFormat& source = mReader.format();
+    const OutputKind kind = outputKindOf(mRequest.output);
+    const bool isEncoded = kind == OutputKind::Mp4 || kind == OutputKind::Matroska;
+    const bool isSquare = kind == OutputKind::Picture && mRequest.input.filtersOfOurOwn;
+    const PictureSize coded{source.width, source.height};
+    const PictureSize shown = squarePixels(coded, source.sampleAspectRatio);
     PictureSize size;
-    status = resolve(mRequest.size, source.width, source.height, &size);
-    if (!status.isOk()) return status;
+    Status status = resolve(mRequest.size, isSquare ? shown : coded,
+                            isEncoded ? SideRule::Even : SideRule::Any, &size);
     mResult = source;
     mResult.width = size.width;
     mResult.height = size.height;
-    status = mSink->open(mResult);
-    if (status.isOk()) status = allocateBuffers();
-    if (!status.isOk()) return status;
-    return mChain.start({source.width, source.height, size.width, size.height, source.bitDepth},
-                        &mTraffic);
+    mResult.sampleAspectRatio = isSquare ? aspectFor(size, shown, {1, 1})
+                                         : aspectFor(size, coded, source.sampleAspectRatio);
+    return status;
 }
 
-Status ScaleJob::allocateBuffers() {
-    const VideoFormat& source = mReader.format();
-    for (int id = 0; id < kInputBuffers; ++id) {
-        mInputs.push_back(allocateCompressed(source.bitDepth, source.width, source.height, id));
-    }
-    for (int id = 0; id < kOutputBuffers; ++id) {
-        mOutputs.push_back(allocateLinear(mResult.bitDepth, mResult.width, mResult.height, id));
-    }
+Status ScaleJob::startChain(int width, int height) {
+    Status status = allocateBuffers(width, height);
+    if (!status.isOk()) return status;
+    return mChain.start({width, height, mResult.width, mResult.height, mResult.bitDepth});
+}
+
+Status ScaleJob::allocateBuffers(int width, int height) {
+    mInputs.clear();
+    for (int id = 0; id < kInputBuffers; ++id)
+        mInputs.push_back(allocateCompressed(mResult.bitDepth, width, height, id));
     const auto isMissing = [](const auto& buffer) { return buffer == nullptr; };
     if (std::any_of(mInputs.begin(), mInputs.end(), isMissing) ||
         std::any_of(mOutputs.begin(), mOutputs.end(), isMissing)) {
-        return Status::error(
-            withLibraryError(text("no memory for frames of %dx%d and %dx%d", source.width,
-                                  source.height, mResult.width, mResult.height)));
+        return Status::error(withLibraryError(text("no memory for frames of %dx%d and %dx%d", width,
+                                                   height, mResult.width, mResult.height)));
     }
-    mCompressor.emplace(source);
-    return mCompressor->open();
+    return openCompressor(width, height);
+}
+
+Status ScaleJob::openCompressor(int width, int height) {
+    const int bits = mResult.bitDepth;
+    mLinear = allocateLinear(bits, width, height, 0);
+    mCompressor = android::APipeConverter::Create(android::APipeConverter::kTypeCL);
+    const android::sp<android::AMessage> formats = new android::AMessage();
+    formats->setMessage("src", formatMessage(linearFormat(bits), width, height));
+    formats->setMessage("dst", formatMessage(compressedFormat(bits), width, height));
+    if (mLinear != nullptr && mCompressor != nullptr && mCompressor->init(formats) == android::OK) {
+        return {};
+    }
+    return Status::error(
+        withLibraryError(text("frames of %dx%d cannot be compressed", width, height)));
 }
 
 Status ScaleJob::transfer() {
     const Clock::time_point start = Clock::now();
-    std::thread output([this] { mTraffic.fail(drain()); });
-    mTraffic.fail(feed());
-    output.join();
-    Status status = mTraffic.failure();
+    mSelection = mSink->selection(framesToExpect());
+    Status status = readNext();
+    while (status.isOk()) {
+        std::thread output([this] { mTraffic.fail(drain()); });
+        mTraffic.fail(feed());
+        output.join();
+        status = mTraffic.failure();
+        if (!status.isOk() || mNext == nullptr) break;
+        status = changeSize();
+    }
     if (status.isOk()) status = mSink->finish();
     mSeconds = std::chrono::duration<double>(Clock::now() - start).count();
     return status;
+}
+
+// Every frame so far is written; the rest comes in another size.
+Status ScaleJob::changeSize() {
+    mNotes.push_back(
+        text("%s: the video changes size to %dx%d at frame %lld; all is scaled to "
+             "%dx%d",
+             mRequest.input.path.c_str(), mNext->width, mNext->height,
+             static_cast<long long>(mIndex + 1), mResult.width, mResult.height));
+    mChain.stop();
+    mTraffic.startAnew(kInputBuffers);
+    return startChain(mNext->width, mNext->height);
 }
 
 int64_t ScaleJob::framesToExpect() const {
@@ -103,33 +145,45 @@ int64_t ScaleJob::framesToExpect() const {
     return std::min(expected, mRequest.maxFrames);
 }
 
-Status ScaleJob::feed() {
-    const int64_t expectedFrames = framesToExpect();
-    ProgressLine progress(mRequest.showsProgress, expectedFrames);
-    FrameSelection selection = mSink->selection(expectedFrames);
-    for (int64_t index = 0; !selection.isCompleteAt(index); ++index) {
-        if (mRequest.maxFrames > 0 && index == mRequest.maxFrames) break;
-        const AVFrame* frame = nullptr;
-        FrameTime time;
-        Status status = mReader.read(&frame, &time);
-        if (status.isOk() && frame == nullptr) break;
-        if (status.isOk() && selection.take(index)) status = feedFrame(*frame, time);
-        if (!status.isOk()) return status;
-        if (!mTraffic.failure().isOk()) return {};
-        progress.show(index + 1);
-    }
-    return queueEnd();
+Status ScaleJob::readNext() {
+    mNext = nullptr;
+    const bool isEnough =
+        mSelection.isCompleteAt(mIndex) || (mRequest.maxFrames > 0 && mIndex == mRequest.maxFrames);
+    return isEnough ? Status() : mReader.read(&mNext, &mNextTime);
 }
 
-Status ScaleJob::feedFrame(const AVFrame& frame, FrameTime time) {
+Status ScaleJob::feed() {
+    Status status = feedUntilSizeChanges();
+    return status.isOk() ? queueEnd() : status;
+}
+
+Status ScaleJob::feedUntilSizeChanges() {
+    ProgressLine progress(mRequest.showsProgress, framesToExpect());
+    const int width = mInputs[0]->getWidth();
+    const int height = mInputs[0]->getHeight();
+    while (mNext != nullptr && mNext->width == width && mNext->height == height) {
+        Status status = mSelection.take(mIndex) ? feedFrame(*mNext) : Status();
+        ++mIndex;
+        progress.show(mIndex);
+        if (status.isOk()) status = readNext();
+        if (!status.isOk() || !mTraffic.failure().isOk()) return status;
+    }
+    return {};
+}
+
+Status ScaleJob::feedFrame(const AVFrame& frame) {
     int id = -1;
     if (!mTraffic.takeFreeInput(&id)) return {};
     const auto& input = mInputs[static_cast<size_t>(id)];
-    Status status = mCompressor->compress(frame, input);
-    if (!status.isOk()) return Status::error(mRequest.input + ": " + status.text());
-    mLastTimeUs = av_rescale_q(time.pts, mReader.format().timeBase, kMicroseconds);
+    pack(frame, pixelsOf(mLinear));
+    if (mCompressor->convert(mLinear, input) != android::OK) {
+        return Status::error(withLibraryError("a frame could not be compressed"));
+    }
+    mLastTimeUs = av_rescale_q(mNextTime.pts, mReader.format().timeBase, kMicroseconds);
     input->getMeta()->setInt64("timeUs", mLastTimeUs);
-    mTraffic.inputQueued(time, mLastTimeUs);
+    const std::shared_ptr<AVFrame> properties(av_frame_alloc(), AvDelete());
+    av_frame_copy_props(properties.get(), &frame);
+    mTraffic.inputQueued({mNextTime, mLastTimeUs, properties});
     return mChain.queueInput(input);
 }
 
@@ -140,7 +194,7 @@ Status ScaleJob::queueEnd() {
     const auto& input = mInputs[static_cast<size_t>(id)];
     input->getMeta()->setInt64("timeUs", mLastTimeUs);
     input->getMeta()->setInt32("eos", 1);
-    mTraffic.endQueued(mLastTimeUs);
+    mTraffic.inputQueued({{}, mLastTimeUs, nullptr, true});
     return mChain.queueInput(input);
 }
 
@@ -152,7 +206,7 @@ Status ScaleJob::drain() {
     }
     FrameTraffic::FilledOutput output;
     while (mTraffic.takeFilledOutput(&output)) {
-        if (output.isEnd) return {};
+        if (output.frame.isEnd) return {};
         Status status = writeFrame(output);
         if (!status.isOk()) return status;
     }
@@ -161,29 +215,27 @@ Status ScaleJob::drain() {
 
 Status ScaleJob::writeFrame(const FrameTraffic::FilledOutput& output) {
     const auto& buffer = mOutputs[static_cast<size_t>(output.bufferId)];
-    const WritableSemiPlanarPicture pixels = pixelsOf(buffer);
-    Status status =
-        mSink->write({pixels.luma, pixels.chroma, pixels.lumaStride, pixels.chromaStride,
-                      pixels.width, pixels.height, pixels.bitDepth},
-                     output.time);
+    Status status = mSink->write({buffer, output.frame.time, output.frame.properties});
     if (!status.isOk()) return status;
     ++mWritten;
     mTraffic.outputQueued();
     return mChain.queueOutput(buffer);
 }
 
-void ScaleJob::fillReport(JobReport* report) const {
-    report->input = mRequest.input;
+void ScaleJob::fillReport(ScaleReport* report) const {
+    report->input = mRequest.input.path;
     report->output = mRequest.output;
-    report->source = mReader.format();
-    report->result = mResult;
+    report->source = mReader.source();
+    report->size = {mResult.width, mResult.height};
+    report->damage = mReader.damage();
+    report->notes = outputKindOf(mRequest.output) == OutputKind::Picture ? mReader.pictureNotes()
+                                                                         : mReader.notes();
+    for (const auto& more : {mNotes, mSink->notes()})
+        report->notes.insert(report->notes.end(), more.begin(), more.end());
     report->frames = mWritten;
     report->seconds = mSeconds;
     report->stages = mStageTimes.summary();
     report->chain = mTraffic.chainTimes();
-    report->warnings = mReader.warnings();
-    for (std::string& warning : mSink->warnings())
-        report->warnings.push_back(std::move(warning));
 }
 
 }  // namespace plexa

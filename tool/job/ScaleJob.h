@@ -1,26 +1,25 @@
 // Scales a video through a chain of stages, end to end.
 #pragma once
 
+#include <APipeConverter.h>
+
 #include <memory>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "base/Cancellation.h"
-#include "job/FrameCompressor.h"
 #include "job/FrameTraffic.h"
+#include "job/Geometry.h"
 #include "job/JobReport.h"
-#include "job/PictureSize.h"
 #include "job/ScaleChain.h"
 #include "media/FrameReader.h"
-#include "media/FrameSink.h"
+#include "output/FrameSink.h"
 
 namespace plexa {
 
 /** What `plexa scale` is asked to do. */
 struct ScaleRequest {
-    std::string input;   // "-": YUV4MPEG on standard input
-    std::string output;  // isKnownOutput()
+    InputOptions input;
+    std::string output;  // of a known OutputKind
     PictureSize size;
     int64_t maxFrames = 0;  // 0: all
     SheetLayout sheet;
@@ -31,38 +30,48 @@ struct ScaleRequest {
  * One run of `plexa scale`. The thread that calls run() is the client of the chain: it decodes and
  * compresses frames and queues them. The stages work on threads of their own, and so does the
  * output, which writes each finished frame and queues its buffer again. There are never more frames
- * on the way than the fixed handful of buffers.
+ * on the way than the fixed handful of buffers. Where the input changes its size, the chain is
+ * emptied, released and started anew for the rest.
  *
- * Threading: run() once; cancel() at any time, on any thread.
+ * Threading: reentrant; run() once.
  */
 class ScaleJob {
 public:
     explicit ScaleJob(ScaleRequest request);
 
     /** Does the whole job. On failure nothing is left under the output's name. */
-    Status run(JobReport* report);
-
-    /** Makes run() end soon, with an error. */
-    void cancel();
+    Status run(ScaleReport* report);
 
 private:
     Status open();
-    Status allocateBuffers();
+    Status chooseSize();
+    Status startChain(int width, int height);
+    Status allocateBuffers(int width, int height);
+    Status openCompressor(int width, int height);
     Status transfer();
     Status feed();
-    Status feedFrame(const AVFrame& frame, FrameTime time);
+    Status feedUntilSizeChanges();
+    Status feedFrame(const AVFrame& frame);
+    Status readNext();
+    Status changeSize();
     Status queueEnd();
     Status drain();
     Status writeFrame(const FrameTraffic::FilledOutput& output);
     int64_t framesToExpect() const;
-    void fillReport(JobReport* report) const;
+    void fillReport(ScaleReport* report) const;
 
     const ScaleRequest mRequest;
-    Cancellation mCancellation;
     FrameReader mReader;
     std::unique_ptr<FrameSink> mSink;
     VideoFormat mResult;  // of the output
-    std::optional<FrameCompressor> mCompressor;
+    FrameSelection mSelection = FrameSelection::all();
+    const AVFrame* mNext = nullptr;  // the frame to feed; null at the end
+    FrameTime mNextTime;
+    int64_t mIndex = 0;  // of mNext
+    // A decoded frame on its way into a compressed buffer, as from a device's decoder.
+    android::sp<android::APipeBuffer> mLinear;
+    std::shared_ptr<android::APipeConverter> mCompressor;
+    std::vector<std::string> mNotes;
     std::vector<android::sp<android::APipeBuffer>> mInputs;
     std::vector<android::sp<android::APipeBuffer>> mOutputs;
     FrameTraffic mTraffic;

@@ -4,12 +4,12 @@
 #include <utility>
 
 #include "base/Text.h"
-#include "job/Dataspace.h"
-#include "job/FrameBuffers.h"
-#include "job/HdrMetadata.h"
-#include "job/LibraryLog.h"
-#include "media/FrameLoader.h"
-#include "media/PngWriter.h"
+#include "media/FrameBuffers.h"
+#include "media/LibraryLog.h"
+#include "media/PlanarFrame.h"
+#include "output/Dataspace.h"
+#include "output/HdrMetadata.h"
+#include "output/PngWriter.h"
 
 namespace plexa {
 
@@ -21,45 +21,45 @@ namespace {
 // Containers round the times of frames to as little as a millisecond.
 constexpr double kClockTolerance = 0.0005;
 
-constexpr int kRgbaBytes = 4;
+InputOptions forPicture(InputOptions options) {
+    options.turnsUpright = true;
+    return options;
+}
 
 }  // namespace
 
 SnapshotJob::SnapshotJob(SnapshotRequest request)
-    : mRequest(std::move(request)),
-      mReader(mCancellation, Cropping::Caller),
-      mFile(mCancellation) {}
+    : mRequest(std::move(request)), mReader(forPicture(mRequest.input)) {}
 
 Status SnapshotJob::run(SnapshotReport* report) {
     Status status = make();
-    if (!status.isOk() && mCancellation.isRequested()) {
-        return Status::error(mRequest.output + ": interrupted before it was complete");
-    }
     if (status.isOk()) {
-        mResult.warnings = warnings();
+        mResult.notes = notes();
+        mResult.damage = mReader.damage();
         *report = mResult;
     }
     return status;
 }
 
 Status SnapshotJob::make() {
-    Status status = mReader.open(mRequest.input);
+    Status status = mReader.open();
     if (status.isOk()) status = mFile.create(mRequest.output);
     const AVFrame* frame = status.isOk() ? findFrame(&status) : nullptr;
     if (frame == nullptr) return status;
     status = chooseArea(*frame);
     sp<APipeBuffer> buffer;
     if (status.isOk()) status = loadFrame(*frame, &buffer);
-    FramePtr rgb;
-    if (status.isOk()) status = render(buffer, &rgb);
+    PictureConverter converter;
+    if (status.isOk()) status = openConverter(&converter);
+    FramePtr picture;
+    if (status.isOk()) status = converter.convert(buffer, &picture);
     if (!status.isOk()) return status;
-    rgb->sample_aspect_ratio = mReader.format().sampleAspectRatio;
-    return writePng(*rgb, &mFile);
+    picture->sample_aspect_ratio = mAspect;
+    return writePng({picture.get()}, "null", &mFile);
 }
 
 const AVFrame* SnapshotJob::findFrame(Status* status) {
-    std::optional<int64_t> first;
-    while (!mCancellation.isRequested()) {
+    for (;;) {
         const AVFrame* frame = nullptr;
         FrameTime time;
         *status = mReader.read(&frame, &time);
@@ -69,68 +69,50 @@ const AVFrame* SnapshotJob::findFrame(Status* status) {
                                          mResult.seconds, mRequest.seconds));
             return nullptr;
         }
-        if (!first.has_value()) first = time.pts;
-        mResult.seconds =
-            static_cast<double>(time.pts - *first) * av_q2d(mReader.format().timeBase);
+        mResult.seconds = static_cast<double>(time.pts) * av_q2d(mReader.format().timeBase);
         if (mResult.seconds >= mRequest.seconds - kClockTolerance) return frame;
     }
-    *status = Status::error("interrupted");
-    return nullptr;
 }
 
 Status SnapshotJob::chooseArea(const AVFrame& frame) {
-    CropArea visible;
-    Status status = cropOf(frame, std::nullopt, &visible);
-    if (status.isOk()) status = cropOf(frame, mRequest.crop, &mResult.crop);
-    if (!status.isOk()) return status;
-    mResult.source = mReader.format();
-    mResult.source.width = visible.width;
-    mResult.source.height = visible.height;
-    mDataspace = dataspaceOf(mResult.source);
+    const CropArea crop = mRequest.crop.value_or(CropArea{0, 0, frame.width, frame.height});
+    if (crop.right() > frame.width || crop.bottom() > frame.height) {
+        return Status::error(text("--crop: %d,%d,%d,%d reaches beyond the picture of %dx%d", crop.x,
+                                  crop.y, crop.width, crop.height, frame.width, frame.height));
+    }
+    mResult.input = mRequest.input.path;
+    mResult.output = mRequest.output;
+    mResult.source = mReader.source();
+    mResult.crop = crop;
+    mDataspace = dataspaceOf(mReader.format());
     mResult.engine = chooseEngine(mRequest.engine, mDataspace);
-    mResult.size = {mResult.crop.width, mResult.crop.height};
-    if (mRequest.size.width == 0) return {};
-    return resolve(mRequest.size, mResult.crop.width, mResult.crop.height, &mResult.size);
+    const bool isSquare = mRequest.input.filtersOfOurOwn;
+    const AVRational aspect = mReader.format().sampleAspectRatio;
+    const PictureSize coded{crop.width, crop.height};
+    const PictureSize shown = isSquare ? squarePixels(coded, aspect) : coded;
+    mResult.size = shown;
+    Status status = mRequest.size.isSet()
+                        ? resolve(mRequest.size, shown, SideRule::Any, &mResult.size)
+                        : Status();
+    mAspect = aspectFor(mResult.size, shown, isSquare ? AVRational{1, 1} : aspect);
+    return status;
 }
 
 Status SnapshotJob::loadFrame(const AVFrame& frame, sp<APipeBuffer>* buffer) const {
     const VideoFormat& format = mReader.format();
-    *buffer = allocateLinear(format.bitDepth, format.width, format.height, 0);
+    *buffer = allocateLinear(format.bitDepth, frame.width, frame.height, 0);
     if (*buffer == nullptr) {
         return Status::error(
-            withLibraryError(text("no memory for a frame of %dx%d", format.width, format.height)));
+            withLibraryError(text("no memory for a frame of %dx%d", frame.width, frame.height)));
     }
-    Status status = FrameLoader(format).load(frame, pixelsOf(*buffer));
-    if (!status.isOk()) return Status::error(mRequest.input + ": " + status.text());
+    pack(frame, pixelsOf(*buffer));
     (*buffer)->unlock();
     const sp<android::AMessage> meta = (*buffer)->getMeta();
     const CropArea& crop = mResult.crop;
     meta->setRect("crop", crop.x, crop.y, crop.right(), crop.bottom());
     meta->setInt32("dataSpace", mDataspace);
-    attachHdrMetadata(frame, mReader.stream(), meta);
+    attachHdrMetadata(frame, meta);
     return {};
-}
-
-Status SnapshotJob::render(const sp<APipeBuffer>& frame, FramePtr* rgb) {
-    const auto& [width, height] = mResult.size;
-    const sp<APipeBuffer> picture = allocatePicture(width, height);
-    if (picture == nullptr) {
-        return Status::error(
-            withLibraryError(text("no memory for a picture of %dx%d", width, height)));
-    }
-    picture->unlock();
-    PictureConverter converter;
-    Status status = openConverter(&converter);
-    if (status.isOk()) status = converter.convert(frame, picture);
-    if (!status.isOk()) return status;
-    if (picture->lock() != android::OK) {
-        return Status::error(withLibraryError("the picture cannot be read back"));
-    }
-    uint8_t* rgba = nullptr;
-    uint8_t* unused = nullptr;
-    picture->getYCbCr(&rgba, &unused, &unused);
-    status = withoutAlpha(rgba, picture->getStride() * kRgbaBytes, width, height, rgb);
-    return status.isOk() ? status : Status::error(mRequest.output + ": " + status.text());
 }
 
 Status SnapshotJob::openConverter(PictureConverter* converter) {
@@ -144,17 +126,15 @@ Status SnapshotJob::openConverter(PictureConverter* converter) {
     return converter->open(mResult.engine, mDataspace, width, height);
 }
 
-std::vector<std::string> SnapshotJob::warnings() const {
-    std::vector<std::string> result = mReader.damageWarnings();
+std::vector<std::string> SnapshotJob::notes() const {
+    std::vector<std::string> result = mReader.pictureNotes();
+    const std::string& name = mRequest.input.path;
     if (!showsTrueColors(mResult.engine, mDataspace)) {
-        result.push_back(mRequest.input + ": engine " + nameOf(mResult.engine) +
+        result.push_back(name + ": engine " + nameOf(mResult.engine) +
                          " shows its colours wrong; --engine capture follows its tags");
     }
     if (!mFallbackReason.empty()) {
         result.push_back(mFallbackReason + "; engine " + nameOf(mResult.engine) + " in its place");
-    }
-    if (mResult.source.displayMatrix.has_value()) {
-        result.push_back(mRequest.input + ": players turn or mirror it; the picture is as coded");
     }
     return result;
 }

@@ -5,40 +5,29 @@
 #include <string>
 #include <vector>
 
-#include "base/Cancellation.h"
-#include "job/CropArea.h"
-#include "job/PictureConverter.h"
-#include "job/PictureSize.h"
+#include "job/Geometry.h"
+#include "job/JobReport.h"
 #include "media/FrameReader.h"
-#include "media/OutputFile.h"
+#include "output/OutputFile.h"
+#include "output/PictureConverter.h"
 
 namespace plexa {
 
 /** What `plexa snapshot` is asked to do. */
 struct SnapshotRequest {
-    std::string input;   // "-": YUV4MPEG on standard input
-    std::string output;  // isPicture()
+    InputOptions input;
+    std::string output;  // a picture
     double seconds = 0;  // from the first frame on
     Engine engine = Engine::Auto;
-    PictureSize size;              // 0x0: that of the crop
+    PictureSize size;              // 0x0: that of the crop, in square pixels
     std::optional<CropArea> crop;  // everything without it
-};
-
-/** What a finished job has done. */
-struct SnapshotReport {
-    VideoFormat source;
-    double seconds = 0;  // of the frame that was taken
-    Engine engine = Engine::Auto;
-    CropArea crop;
-    PictureSize size;
-    std::vector<std::string> warnings;
 };
 
 /**
  * One run of `plexa snapshot`: decodes up to the frame, puts it into a graphics buffer as a
  * device's decoder would, with its metadata, and has an engine render it.
  *
- * Threading: run() once; cancel() at any time, on any thread.
+ * Threading: reentrant; run() once.
  */
 class SnapshotJob {
 public:
@@ -47,23 +36,19 @@ public:
     /** Does the whole job. On failure nothing is left under the output's name. */
     Status run(SnapshotReport* report);
 
-    /** Makes run() end soon, with an error. */
-    void cancel() { mCancellation.request(); }
-
 private:
     Status make();
     const AVFrame* findFrame(Status* status);  // null: status says why
     Status chooseArea(const AVFrame& frame);
     Status loadFrame(const AVFrame& frame, android::sp<android::APipeBuffer>* buffer) const;
-    Status render(const android::sp<android::APipeBuffer>& frame, FramePtr* rgb);
     Status openConverter(PictureConverter* converter);
-    std::vector<std::string> warnings() const;
+    std::vector<std::string> notes() const;
 
     const SnapshotRequest mRequest;
-    Cancellation mCancellation;
     FrameReader mReader;
     OutputFile mFile;
     SnapshotReport mResult;
+    AVRational mAspect{0, 1};  // of the picture's samples
     int32_t mDataspace = 0;
     std::string mFallbackReason;  // why Capture stands in for Gl, if it does
 };

@@ -4,7 +4,6 @@
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>
-#include <libswscale/swscale.h>
 }
 
 #include <memory>
@@ -16,7 +15,6 @@ struct AvDelete {
     void operator()(AVFrame* frame) const { av_frame_free(&frame); }
     void operator()(AVPacket* packet) const { av_packet_free(&packet); }
     void operator()(AVCodecContext* codec) const { avcodec_free_context(&codec); }
-    void operator()(SwsContext* scaler) const { sws_freeContext(scaler); }
 };
 
 /** Closes a format context that was opened for reading. */
@@ -29,20 +27,16 @@ struct AvFreeOutput {
     void operator()(AVFormatContext* output) const { avformat_free_context(output); }
 };
 
-/** Frees an AVIOContext with the buffer that it has by then, which need not be the first one. */
-struct AvFreeIo {
-    void operator()(AVIOContext* io) const {
-        av_freep(&io->buffer);
-        avio_context_free(&io);
-    }
+/** Closes a file of FFmpeg's, whatever comes of it. */
+struct AvCloseIo {
+    void operator()(AVIOContext* io) const { avio_close(io); }
 };
 
 using FramePtr = std::unique_ptr<AVFrame, AvDelete>;
 using PacketPtr = std::unique_ptr<AVPacket, AvDelete>;
 using CodecPtr = std::unique_ptr<AVCodecContext, AvDelete>;
-using ScalerPtr = std::unique_ptr<SwsContext, AvDelete>;
 using InputPtr = std::unique_ptr<AVFormatContext, AvCloseInput>;
 using OutputPtr = std::unique_ptr<AVFormatContext, AvFreeOutput>;
-using IoPtr = std::unique_ptr<AVIOContext, AvFreeIo>;
+using IoPtr = std::unique_ptr<AVIOContext, AvCloseIo>;
 
 }  // namespace plexa

@@ -77,6 +77,10 @@ std::string avErrorWithLog(int error) {
     return result;
 }
 
+Status avStatus(int result) {
+    return result < 0 ? Status::error(avErrorWithLog(result)) : Status();
+}
+
 std::string takeDemuxerError() {
     std::scoped_lock lock(sLock);
     return std::exchange(sDemuxerError, {});

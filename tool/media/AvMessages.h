@@ -4,6 +4,8 @@
 #include <cstdint>
 #include <string>
 
+#include "base/Status.h"
+
 namespace plexa {
 
 /** FFmpeg's own words for an error code, for example "No such file or directory". */
@@ -14,6 +16,9 @@ std::string avErrorText(int error);
  * last call of this function: it often holds the cause that the code alone does not tell.
  */
 std::string avErrorWithLog(int error);
+
+/** Done, or, for a negative error code, avErrorWithLog(). */
+Status avStatus(int result);
 
 /**
  * The last error line that a demuxer logged since the last call, empty if there was none. Some

@@ -2,8 +2,11 @@
 #include "media/Demuxer.h"
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include <cstring>
+#include <filesystem>
+#include <map>
 
 #include "base/Text.h"
 #include "media/AvMessages.h"
@@ -13,30 +16,29 @@ namespace {
 
 constexpr const char* kYuv4Mpeg = "yuv4mpegpipe";
 
-int onInterruptCheck(void* cancellation) {
-    return static_cast<const Cancellation*>(cancellation)->isRequested() ? 1 : 0;
-}
-
-// Paths that exist are taken as files, also where FFmpeg would read "name:" as a protocol.
+// Paths that exist are taken as files, also where FFmpeg would read "name:" as a protocol. Standard
+// input that is a file can be read in any order, unlike a pipe.
 std::string urlOf(const std::string& path) {
-    struct stat ignored {};
-    return stat(path.c_str(), &ignored) == 0 ? "file:" + path : path;
+    struct stat info {};
+    if (path == "-") {
+        const bool isFile = fstat(STDIN_FILENO, &info) == 0 && S_ISREG(info.st_mode);
+        return isFile ? "file:/dev/stdin" : "pipe:0";
+    }
+    return stat(path.c_str(), &info) == 0 ? "file:" + path : path;
 }
 
-bool isPipe(const std::string& path) {
-    struct stat info {};
-    return path == "-" || (stat(path.c_str(), &info) == 0 && S_ISFIFO(info.st_mode));
+std::string valueOf(const AVDictionary* tags, const char* key) {
+    const AVDictionaryEntry* entry = av_dict_get(tags, key, nullptr, 0);
+    return entry != nullptr ? entry->value : "";
 }
 
-bool isDirectory(const std::string& path) {
-    struct stat info {};
-    return stat(path.c_str(), &info) == 0 && S_ISDIR(info.st_mode);
+std::string kindOf(const AVStream& stream) {
+    if ((stream.disposition & AV_DISPOSITION_ATTACHED_PIC) != 0) return "attached picture";
+    const char* type = av_get_media_type_string(stream.codecpar->codec_type);
+    return std::string(type != nullptr ? type : "unknown") + " stream";
 }
 
 }  // namespace
-
-Demuxer::Demuxer(const Cancellation& cancellation)
-    : mCancellation(cancellation), mPipe(cancellation) {}
 
 Status Demuxer::open(const std::string& path) {
     mName = path == "-" ? "standard input" : path;
@@ -45,19 +47,12 @@ Status Demuxer::open(const std::string& path) {
 }
 
 Status Demuxer::openContainer(const std::string& path) {
-    if (isDirectory(path)) return Status::error(mName + ": is a directory");
-    AVFormatContext* input = avformat_alloc_context();
-    input->interrupt_callback = {onInterruptCheck, const_cast<Cancellation*>(&mCancellation)};
-    if (isPipe(path)) {
-        Status status = mPipe.open(path);
-        if (!status.isOk()) {
-            avformat_free_context(input);
-            return status;
-        }
-        input->pb = mPipe.io();
+    std::error_code missing;
+    if (std::filesystem::is_directory(path, missing)) {
+        return Status::error(mName + ": is a directory");
     }
-    const AVInputFormat* format = path == "-" ? av_find_input_format(kYuv4Mpeg) : nullptr;
-    int result = avformat_open_input(&input, urlOf(path).c_str(), format, nullptr);
+    AVFormatContext* input = nullptr;
+    int result = avformat_open_input(&input, urlOf(path).c_str(), nullptr, nullptr);
     if (result < 0) return unreadable(result);
     mInput.reset(input);
     // The demuxer of ANSI art takes plain text for moving pictures.
@@ -85,7 +80,12 @@ Status Demuxer::chooseStream() {
 }
 
 Status Demuxer::unreadable(int error) const {
-    return Status::error(mName + ": cannot be read: " + avErrorWithLog(error));
+    const std::string cause = avErrorWithLog(error);
+    const bool isPipe = mInput == nullptr || mInput->pb == nullptr || mInput->pb->seekable == 0;
+    const bool needsSeeking = isPipe && (cause.find("moov") != std::string::npos ||
+                                         cause.find("partial file") != std::string::npos);
+    return Status::error(mName + ": cannot be read: " + cause +
+                         (needsSeeking ? "; a pipe cannot go back: name the file itself" : ""));
 }
 
 Status Demuxer::read(AVPacket* packet) {
@@ -126,6 +126,27 @@ AVRational Demuxer::frameRate() const {
 
 AVRational Demuxer::sampleAspectRatio(AVFrame* frame) const {
     return av_guess_sample_aspect_ratio(mInput.get(), mStream, frame);
+}
+
+std::string Demuxer::fileTag(const char* key) const {
+    return valueOf(mInput->metadata, key);
+}
+
+std::string Demuxer::streamTag(const char* key) const {
+    return valueOf(mStream->metadata, key);
+}
+
+std::vector<std::string> Demuxer::leftOut() const {
+    std::map<std::string, int> kinds;
+    for (unsigned i = 0; i < mInput->nb_streams; ++i) {
+        const AVStream* stream = mInput->streams[i];
+        if (stream != mStream) ++kinds[kindOf(*stream)];
+    }
+    if (mInput->nb_chapters > 0) kinds["chapter"] = static_cast<int>(mInput->nb_chapters);
+    std::vector<std::string> result;
+    for (const auto& [kind, count] : kinds)
+        result.push_back(text("%d %s%s", count, kind.c_str(), count > 1 ? "s" : ""));
+    return result;
 }
 
 int64_t Demuxer::expectedFrames() const {

@@ -4,25 +4,20 @@
 #include <string>
 #include <vector>
 
-#include "base/Cancellation.h"
 #include "base/Status.h"
 #include "media/AvHandles.h"
-#include "media/InputStream.h"
 
 namespace plexa {
 
 /**
- * One input of any container that FFmpeg's libraries know; "-" is a YUV4MPEG stream on standard
- * input. It chooses the best video stream and leaves the others out. A file that ends before its
- * own index says, or inside a frame, is an error and not an end.
+ * One input of any container that FFmpeg's libraries know; "-" is standard input. It chooses the
+ * best video stream and leaves the others out. A file that ends before its own index says, or
+ * inside a frame, is an error and not an end.
  *
  * Threading: reentrant.
  */
 class Demuxer {
 public:
-    /** `cancellation` is borrowed; once requested, a waiting read ends with an error. */
-    explicit Demuxer(const Cancellation& cancellation);
-
     Status open(const std::string& path);
 
     /** The next packet of the video stream into `packet`, which stays empty at the end. */
@@ -30,14 +25,18 @@ public:
 
     /** The chosen stream; valid after open(). */
     AVStream* stream() const { return mStream; }
+
     /** Frames per second as container and stream tell it; 0 if they do not. */
     AVRational frameRate() const;
     /** Width by height of a sample of this frame; 0 if nothing tells. */
     AVRational sampleAspectRatio(AVFrame* frame) const;
     /** How many frames the stream should have, 0 if nothing tells. */
     int64_t expectedFrames() const;
-    /** Streams that hold sound, subtitles or data and are left out. */
-    int otherStreams() const { return static_cast<int>(mInput->nb_streams) - 1; }
+    /** What an entry of the file's metadata, or of the stream's, says; empty without it. */
+    std::string fileTag(const char* key) const;
+    std::string streamTag(const char* key) const;
+    /** What the input holds beside this stream, one entry for each kind: "2 audio streams". */
+    std::vector<std::string> leftOut() const;
     /** The input as messages name it. */
     const std::string& name() const { return mName; }
 
@@ -47,9 +46,7 @@ private:
     Status checkEnd() const;
     Status unreadable(int error) const;
 
-    const Cancellation& mCancellation;
     std::string mName;
-    InputStream mPipe;  // before mInput, which reads from it until it is closed
     InputPtr mInput;
     AVStream* mStream = nullptr;
     bool mProbedToEnd = false;  // what there is to say of the end has been said

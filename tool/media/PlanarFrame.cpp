@@ -3,6 +3,8 @@
 
 #include <libyuv/planar_functions.h>
 
+#include <utility>
+
 namespace plexa {
 namespace {
 
@@ -13,18 +15,14 @@ constexpr int kBits = 10;
 uint16_t* samples(uint8_t* plane) {
     return reinterpret_cast<uint16_t*>(plane);
 }
-const uint16_t* samples(const uint8_t* plane) {
-    return reinterpret_cast<const uint16_t*>(plane);
-}
-
-void pack8(const AVFrame& planar, const WritableSemiPlanarPicture& to) {
+void pack8(const AVFrame& planar, const SemiPlanarPicture& to) {
     libyuv::CopyPlane(planar.data[0], planar.linesize[0], to.luma, to.lumaStride, to.width,
                       to.height);
     libyuv::MergeUVPlane(planar.data[1], planar.linesize[1], planar.data[2], planar.linesize[2],
                          to.chroma, to.chromaStride, to.chromaWidth(), to.chromaHeight());
 }
 
-void pack10(const AVFrame& planar, const WritableSemiPlanarPicture& to) {
+void pack10(const AVFrame& planar, const SemiPlanarPicture& to) {
     libyuv::ConvertToMSBPlane_16(samples(planar.data[0]), planar.linesize[0] / kBytesPerSample,
                                  samples(to.luma), to.lumaStride / kBytesPerSample, to.width,
                                  to.height, kBits);
@@ -54,7 +52,16 @@ void unpack10(const SemiPlanarPicture& from, AVFrame* planar) {
 
 }  // namespace
 
-void pack(const AVFrame& planar, const WritableSemiPlanarPicture& picture) {
+FramePtr allocateFrame(AVPixelFormat pixels, int width, int height) {
+    FramePtr frame(av_frame_alloc());
+    if (frame == nullptr) return nullptr;
+    frame->format = pixels;
+    frame->width = width;
+    frame->height = height;
+    return av_frame_get_buffer(frame.get(), 0) == 0 ? std::move(frame) : nullptr;
+}
+
+void pack(const AVFrame& planar, const SemiPlanarPicture& picture) {
     if (picture.bitDepth > 8) {
         pack10(planar, picture);
     } else {

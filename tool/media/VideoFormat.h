@@ -2,13 +2,12 @@
 #pragma once
 
 extern "C" {
-#include <libavutil/pixfmt.h>
-#include <libavutil/rational.h>
+#include <libavutil/frame.h>
 }
 
-#include <array>
 #include <cstdint>
-#include <optional>
+#include <memory>
+#include <string>
 
 namespace plexa {
 
@@ -30,22 +29,27 @@ struct FrameTime {
 
 /** A stream of 4:2:0 frames: its size, sample depth, rate and the tags that players go by. */
 struct VideoFormat {
-    int width = 0;     // pixels
-    int height = 0;    // pixels
-    int bitDepth = 8;  // 8 or 10
-
+    int width = 0;                       // pixels
+    int height = 0;                      // pixels
+    int bitDepth = 8;                    // 8 or 10
     AVRational timeBase{1, 1000000};     // seconds per unit of FrameTime
     AVRational frameRate{0, 1};          // frames per second; 0 if not known
     AVRational sampleAspectRatio{0, 1};  // width by height of a sample; 0 if not known
-
     AVColorRange range = AVCOL_RANGE_UNSPECIFIED;
     AVColorPrimaries primaries = AVCOL_PRI_UNSPECIFIED;
     AVColorTransferCharacteristic transfer = AVCOL_TRC_UNSPECIFIED;
     AVColorSpace matrix = AVCOL_SPC_UNSPECIFIED;
     AVChromaLocation chromaLocation = AVCHROMA_LOC_UNSPECIFIED;
-
-    std::optional<std::array<int32_t, 9>>
-        displayMatrix;  // rotation or mirroring, 16.16 fixed point
+    std::shared_ptr<const AVFrame> first;  // no pixels: the side data of the first frame
+    std::string title;                     // empty if there is none, like language
+    std::string language;
 };
+
+/** What the first frame says of a stream beside its pixels; null if it does not. */
+template <typename T>
+const T* sideData(const AVFrame* frame, AVFrameSideDataType type) {
+    const AVFrameSideData* data = frame != nullptr ? av_frame_get_side_data(frame, type) : nullptr;
+    return data != nullptr ? reinterpret_cast<const T*>(data->data) : nullptr;
+}
 
 }  // namespace plexa

@@ -1,0 +1,50 @@
+// The command lines of the subcommands.
+#pragma once
+
+#include "cli/CommandLine.h"
+#include "job/ScaleJob.h"
+#include "job/SnapshotJob.h"
+
+namespace plexa {
+
+/**
+ * Declares the options of `plexa scale`, checks them against each other and runs the job.
+ *
+ * Threading: reentrant, like SnapshotCommand.
+ */
+class ScaleCommand {
+public:
+    /** Adds the subcommand to `program`, which is borrowed. */
+    explicit ScaleCommand(CLI::App* program);
+
+    bool isChosen() const { return mCommand->parsed(); }
+
+    /** After the command line is parsed. Prints the summary or one error line; the exit status. */
+    int run();
+
+private:
+    Status checkOptions() const;
+
+    CLI::App* mCommand;
+    SharedOptions mOptions;
+    ScaleRequest mRequest;
+};
+
+/** The same for `plexa snapshot`. */
+class SnapshotCommand {
+public:
+    explicit SnapshotCommand(CLI::App* program);
+    bool isChosen() const { return mCommand->parsed(); }
+    int run();
+
+private:
+    void addFrameOptions();
+    void addPictureOptions();
+    Status checkOptions() const;
+
+    CLI::App* mCommand;
+    SharedOptions mOptions;
+    SnapshotRequest mRequest;
+};
+
+}  // namespace plexa

@@ -1,0 +1,40 @@
+// What the stages and their engines say, as text for the user.
+#include "media/LibraryLog.h"
+
+#include <android/log.h>
+
+#include <mutex>
+
+namespace plexa {
+namespace {
+
+std::mutex sLock;
+std::string sFirstError;  // guarded by sLock
+
+void keepError(const __android_log_message* message) {
+    if (message->priority < ANDROID_LOG_ERROR) return;
+    std::scoped_lock lock(sLock);
+    if (!sFirstError.empty()) return;
+    sFirstError = message->tag != nullptr ? std::string(message->tag) + ": " : "";
+    sFirstError += message->message;
+}
+
+void keepErrorAndPrint(const __android_log_message* message) {
+    keepError(message);
+    __android_log_stderr_logger(message);
+}
+
+}  // namespace
+
+void captureLibraryLog(bool verbose) {
+    __android_log_set_minimum_priority(verbose ? ANDROID_LOG_INFO : ANDROID_LOG_ERROR);
+    __android_log_set_logger(verbose ? keepErrorAndPrint : keepError);
+}
+
+std::string withLibraryError(std::string text) {
+    std::scoped_lock lock(sLock);
+    if (!sFirstError.empty()) text += " (" + sFirstError + ")";
+    return text;
+}
+
+}  // namespace plexa
