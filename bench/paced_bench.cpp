@@ -28,7 +28,7 @@ constexpr int kLockStep = 1;
 constexpr int kFramesARun = 2000;
 constexpr int kBusy = 3;
 constexpr int kFlushedStages = 4;
-constexpr int kLeastFlushes = 100;
+constexpr int kLeastFlushes = 500;
 constexpr std::chrono::microseconds kBetweenFlushes{1000};
 
 constexpr char kChain[] = "this library";

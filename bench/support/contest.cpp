@@ -22,7 +22,7 @@ using Json = nlohmann::ordered_json;
 
 struct Options {
     int rounds = 5;
-    double seconds = 0.6;
+    double seconds = 0.3;
     std::vector<std::string> only;
     std::vector<std::pair<std::string, std::string>> against;  // name, command
     std::string json;
@@ -62,7 +62,6 @@ bool takeOption(std::string_view argument, Options& options) {
         options.seconds = std::atof(value.c_str());
     } else if (name == "--quick") {
         options.rounds = 1;
-        options.seconds = 0.3;
     } else if (name == "--only") {
         options.only.push_back(value);
     } else if (name == "--json") {

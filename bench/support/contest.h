@@ -22,7 +22,7 @@ struct Subject {
 /// follow each other in random order, so that a noisy moment hits all alike. Options:
 ///
 ///     --rounds=N --seconds=S    of each run
-///     --quick                   one short round
+///     --quick                   one round
 ///     --only=TEXT               rows whose name contains it; may be repeated
 ///     --against=NAME=COMMAND    runs what `contender` names with that command too, which is this
 ///                               program in another build: may be repeated

@@ -14,7 +14,7 @@ namespace plexa::bench {
 namespace {
 
 constexpr size_t kWarmUp = 10;  // frames that do not count
-constexpr size_t kLeast = 10;   // frames that do
+constexpr size_t kLeast = 30;   // frames that do
 constexpr std::chrono::seconds kDeadline{60};
 
 double processCpuUs() {
