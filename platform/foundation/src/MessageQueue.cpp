@@ -10,6 +10,18 @@
 
 namespace android::host {
 
+namespace {
+
+// More than a chain has on its way to one loop, so that a list hardly ever grows.
+constexpr size_t kUsualMessages = 256;
+
+}  // namespace
+
+MessageQueue::MessageQueue() {
+    mPosted.reserve(kUsualMessages);
+    mBatch.reserve(kUsualMessages);
+}
+
 bool MessageQueue::push(const sp<AMessage>& message, int64_t delayUs) {
     // Keeps the queue while it is woken: the message, handled by then, may have been its last
     // owner.
@@ -81,7 +93,7 @@ int64_t MessageQueue::nextDueUs() {
 void MessageQueue::wait() {
     if (IdleLoops::giveWay(mHasPosted)) return;
     constexpr int64_t kNsPerUs = 1'000;
-    constexpr int64_t kLongestUs = 3'600'000'000;
+    constexpr int64_t kLongestUs = 3'600'000'000;  // so that adding it to the clock fits
     const Mutex::Autolock lock(mLock);
     while (mPosted.empty() && !isStopped()) {
         mSleeping = true;

@@ -32,6 +32,8 @@ class MessageQueue : public LightRefBase<MessageQueue> {
 public:
     static constexpr int64_t kNever = std::numeric_limits<int64_t>::max();
 
+    MessageQueue();
+
     // False, and nothing is kept, once the queue is closed.
     bool push(const sp<AMessage>& message, int64_t delayUs) EXCLUDES(mLock);
     void start() { mStopped.store(false); }
