@@ -13,7 +13,10 @@
 #include <utility>
 #include <vector>
 
-#include <sys/resource.h>
+#include <linux/sched/types.h>
+#include <sched.h>
+#include <sys/syscall.h>
+#include <unistd.h>
 
 namespace android::host {
 
@@ -58,6 +61,19 @@ private:
     std::vector<sp<LooperThread>> mThreads GUARDED_BY(mLock);
 };
 
+// Of the calling thread. One of raised priority gets short turns as well: the kernel (6.12 or
+// newer) lets a thread that wakes up take the processor at once from one with longer turns, where
+// niceness alone would leave it waiting for the end of a turn of some milliseconds.
+bool setPriority(int32_t nice) {
+    constexpr uint64_t kShortestTurnNs = 100'000;
+    sched_attr attributes{};
+    attributes.size = sizeof(attributes);
+    attributes.sched_policy = SCHED_OTHER;
+    attributes.sched_nice = nice;
+    attributes.sched_runtime = nice < 0 ? kShortestTurnNs : 0;
+    return syscall(SYS_sched_setattr, 0, &attributes, 0) == 0;
+}
+
 }  // namespace
 
 LooperThread::LooperThread(const sp<MessageQueue>& queue, const std::string& name, int32_t priority)
@@ -85,7 +101,7 @@ void* LooperThread::threadMain(void* self) {
 
 void LooperThread::applyNameAndPriority() const {
     if (!mName.empty()) pthread_setname_np(pthread_self(), mName.c_str());
-    if (mPriority == 0 || setpriority(PRIO_PROCESS, 0, mPriority) == 0) return;
+    if (mPriority == 0 || setPriority(mPriority)) return;
     static std::once_flag logged;
     std::call_once(logged, [this, error = errno] {
         ALOGI("thread '%s' runs without its priority %d: %s", mName.c_str(), mPriority,
