@@ -25,10 +25,6 @@ void ignoreWriteSignals() {
     std::signal(SIGXFSZ, SIG_IGN);
 }
 
-bool hasWord(int argc, char** argv, const char* word) {
-    return std::any_of(argv, argv + argc, [word](std::string given) { return given == word; });
-}
-
 int printHelp(const CLI::App& program, const CLI::Success& helpOrVersion) {
     std::ostringstream shown;
     program.exit(helpOrVersion, shown, shown);
@@ -44,7 +40,8 @@ int run(int argc, char** argv) {
     program.footer(plexa::kExitStatuses);
     plexa::ScaleCommand scale(&program);
     plexa::SnapshotCommand snapshot(&program);
-    const bool json = hasWord(argc, argv, "--json");
+    const auto isJson = [](const std::string& word) { return word == "--json"; };
+    const bool json = std::any_of(argv, argv + argc, isJson);
     const Status words = plexa::checkWords(program, argc, argv);
     std::string command;
     for (const CLI::App* known : program.get_subcommands({})) {

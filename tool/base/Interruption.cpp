@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <atomic>
+#include <cerrno>
 #include <climits>
 #include <csignal>
 #include <cstring>
@@ -31,6 +32,7 @@ void copy(const std::string& text, std::array<char, kSize>* to) {
 
 // The handler is reset and the signal not blocked: raised again, it ends the process at once.
 void onSignal(int signal) {
+    const int error = errno;
     constexpr const char* kWipe = "\r\033[K";  // a line of progress, if there is one
     if (const Unfinished* unfinished = sCurrent.load()) {
         if (unfinished->file[0] != '\0') unlink(unfinished->file.data());
@@ -38,6 +40,7 @@ void onSignal(int signal) {
         const char* message = unfinished->message.data();
         (void)!write(STDERR_FILENO, message, std::strlen(message));
     }
+    errno = error;
     raise(signal);
 }
 
