@@ -33,6 +33,8 @@ add_compile_options(-Wall -Wextra -Wpedantic -Wshadow -Wnon-virtual-dtor -Werror
 add_compile_options(-Wno-variadic-macros)
 if(CMAKE_CXX_COMPILER_ID MATCHES Clang)
     add_compile_options(-Wno-gnu-zero-variadic-macro-arguments -Wno-zero-length-array)
+    # What each lock guards, as <android-base/thread_annotations.h> names it.
+    add_compile_options(-Wthread-safety)
 endif()
 
 if(PLEXA_SANITIZER STREQUAL "address")

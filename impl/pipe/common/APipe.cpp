@@ -167,7 +167,8 @@ int32_t APipe::getBufferGeneration() const {
 }
 
 void APipe::setBufferGeneration() {
-    mGeneration.fetch_add(1, std::memory_order_release);
+    const Mutex::Autolock lock(mRaiseLock);
+    raiseGenerationTo(getBufferGeneration() + 1);
 }
 
 status_t APipe::updateInputFormat(const sp<AMessage>& /*format*/) {
@@ -230,16 +231,27 @@ status_t APipe::postStamped(const sp<AMessage>& msg, const char* operation) {
 status_t APipe::postAndRaiseGeneration(Message what, const char* operation) {
     const sp<AMessage> msg = newMessage(what);
     const Mutex::Autolock lock(mRaiseLock);
+    const int32_t raised = getBufferGeneration() + 1;
+    msg->setInt32("generation", raised);
     const status_t err = post(msg, operation);
     // Only now, so that nothing stamped with the new generation is posted ahead of msg.
-    setBufferGeneration();
+    raiseGenerationTo(raised);
     return err;
 }
 
-// The loop may be faster than who posted: replies that it stamps next must carry the new
-// generation.
-void APipe::awaitRaisedGeneration() {
-    const Mutex::Autolock lock(mRaiseLock);
+// The thread that posted a flush or release may be preempted before it has raised the generation.
+// The loop does not wait for it: what the loop stamps next must carry the new generation.
+void APipe::raiseGenerationOf(const sp<AMessage>& msg) {
+    int32_t raised;
+    CHECK(msg->findInt32("generation", &raised));
+    raiseGenerationTo(raised);
+}
+
+void APipe::raiseGenerationTo(int32_t raised) {
+    int32_t now = mGeneration.load(std::memory_order_relaxed);
+    while (now < raised &&
+           !mGeneration.compare_exchange_weak(now, raised, std::memory_order_release)) {
+    }
 }
 
 void APipe::passOn(Message what, const char* operation, Notice completed) {
@@ -268,10 +280,10 @@ void APipe::onMessageReceived(const sp<AMessage>& msg) {
         case kWhatQueueItemMeta:
             return onQueueItemMeta(msg);
         case kWhatFlush:
-            awaitRaisedGeneration();
+            raiseGenerationOf(msg);
             return onFlush();
         case kWhatRelease:
-            awaitRaisedGeneration();
+            raiseGenerationOf(msg);
             return onRelease();
         case kWhatBufferReturned:
             onBufferReturned(msg);

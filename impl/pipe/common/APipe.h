@@ -250,7 +250,8 @@ private:
     status_t post(const sp<AMessage>& msg, const char* operation);
     status_t postStamped(const sp<AMessage>& msg, const char* operation);
     status_t postAndRaiseGeneration(Message what, const char* operation);
-    void awaitRaisedGeneration();
+    void raiseGenerationOf(const sp<AMessage>& msg);
+    void raiseGenerationTo(int32_t raised);
     void passOn(Message what, const char* operation, Notice completed);
     bool isStale(const sp<AMessage>& msg) const;
 
@@ -286,7 +287,7 @@ private:
 
     // What threads that post write, on lines of its own.
     alignas(kCacheLine) sp<ALooper> mLooper GUARDED_BY(mLoopLock->mMutex);
-    // Held from the posting of a flush or release until the generation is raised for it.
+    // Raises of the generation, one at a time; held while a flush or release is posted for one.
     Mutex mRaiseLock;
 
 protected:

@@ -13,7 +13,6 @@
 #include <utility>
 #include <vector>
 
-#include <linux/sched/types.h>
 #include <sched.h>
 #include <sys/syscall.h>
 #include <unistd.h>
@@ -61,16 +60,26 @@ private:
     std::vector<sp<LooperThread>> mThreads GUARDED_BY(mLock);
 };
 
+// What the kernel's sched_setattr() takes; the C library has no name for it.
+struct SchedulingAttributes {
+    uint32_t size = sizeof(SchedulingAttributes);
+    uint32_t policy = SCHED_OTHER;
+    uint64_t flags = 0;
+    int32_t nice = 0;
+    uint32_t priority = 0;
+    uint64_t runtimeNs = 0;  // of one turn; 0: the system's usual
+    uint64_t deadlineNs = 0;
+    uint64_t periodNs = 0;
+};
+
 // Of the calling thread. One of raised priority gets short turns as well: the kernel (6.12 or
 // newer) lets a thread that wakes up take the processor at once from one with longer turns, where
 // niceness alone would leave it waiting for the end of a turn of some milliseconds.
 bool setPriority(int32_t nice) {
     constexpr uint64_t kShortestTurnNs = 100'000;
-    sched_attr attributes{};
-    attributes.size = sizeof(attributes);
-    attributes.sched_policy = SCHED_OTHER;
-    attributes.sched_nice = nice;
-    attributes.sched_runtime = nice < 0 ? kShortestTurnNs : 0;
+    SchedulingAttributes attributes;
+    attributes.nice = nice;
+    if (nice < 0) attributes.runtimeNs = kShortestTurnNs;
     return syscall(SYS_sched_setattr, 0, &attributes, 0) == 0;
 }
 
