@@ -237,10 +237,11 @@ TEST_F(PoolTest, AFlushedBufferIsReusedOnlyAfterItsReader) {
     ASSERT_EQ(init(1, false), OK);
     for (int round = 0; round < 20; ++round) {
         std::atomic<bool> gone = false;
-        unsigned sum = 0;
+        size_t sum = 0;
         std::thread reader([buffer = take(), &gone, &sum]() mutable {
             for (int i = 0; i < buffer->getSize(); ++i)
                 sum += buffer->getLocalBuffer()->data()[i];
+            sum += buffer->getMeta()->countEntries();
             buffer.clear();
             gone.store(true, std::memory_order_relaxed);
         });
