@@ -3,6 +3,8 @@
 #include <utils/RefBase.h>
 
 #include <atomic>
+#include <cstdint>
+#include <new>
 #include <string>
 #include <thread>
 #include <vector>
@@ -97,6 +99,15 @@ TEST(RefBaseTest, ExtendedLifetimeEndsWithTheLastWeakReference) {
     sp<Logged>::make(&log, true).clear();
     EXPECT_EQ(log, "flwd") << "there was no weak reference";
 }
+
+TEST(RefBaseTest, WideObjectsAreAlignedHoweverTheyAreMade) {
+    struct alignas(256) Wide : RefBase {
+        char bytes[2048];
+    };
+    for (const sp<Wide>& wide : {sp<Wide>(new Wide), sp<Wide>(new (std::nothrow) Wide)})
+        EXPECT_EQ(reinterpret_cast<uintptr_t>(wide.get()) % alignof(Wide), 0U);
+}
+
 using RefBaseDeathTest = testing::Test;
 
 TEST(RefBaseDeathTest, StopsAtReferencesThatComeTooLate) {
