@@ -20,6 +20,9 @@ void* operator new(size_t bytes) {
     void* memory = gNewsToFailure > 0 && --gNewsToFailure == 0 ? nullptr : std::malloc(bytes);
     return memory != nullptr ? memory : throw std::bad_alloc();
 }
+void* operator new(size_t bytes, const std::nothrow_t& /*tag*/) noexcept {
+    return std::malloc(bytes);
+}
 [[gnu::noinline]] void operator delete(void* memory) noexcept {
     std::free(memory);
 }
