@@ -4,17 +4,17 @@
 #include <string>
 #include <vector>
 
-#include "cli/ScaleCommand.h"
-#include "cli/SnapshotCommand.h"
-#include "job/CropArea.h"
-#include "job/PictureSize.h"
+#include "cli/Commands.h"
+#include "job/Geometry.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     FuzzedDataProvider data(bytes, size);
     plexa::PictureSize picture;
     static_cast<void>(plexa::parseSize(data.ConsumeRandomLengthString(24), &picture));
-    static_cast<void>(plexa::resolve(picture, data.ConsumeIntegralInRange(1, 16384),
-                                     data.ConsumeIntegralInRange(1, 16384), &picture));
+    const plexa::PictureSize source{data.ConsumeIntegralInRange(1, 16384),
+                                    data.ConsumeIntegralInRange(1, 16384)};
+    const auto rule = data.ConsumeBool() ? plexa::SideRule::Any : plexa::SideRule::Even;
+    static_cast<void>(plexa::resolve(picture, source, rule, &picture));
     plexa::CropArea crop;
     static_cast<void>(plexa::parseCrop(data.ConsumeRandomLengthString(24), &crop));
     const bool snaps = data.ConsumeBool();

@@ -1,6 +1,8 @@
 // A chain of FFmpeg's video filters.
 #include "media/FilterGraph.h"
 
+#include <cstdint>
+
 extern "C" {
 #include <libavfilter/buffersink.h>
 #include <libavfilter/buffersrc.h>
