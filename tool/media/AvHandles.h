@@ -1,6 +1,8 @@
 // Owners for the objects of FFmpeg's libraries.
 #pragma once
 
+#include <cstdint>
+
 extern "C" {
 #include <libavcodec/avcodec.h>
 #include <libavformat/avformat.h>

@@ -1,8 +1,6 @@
 // A chain of FFmpeg's video filters.
 #include "media/FilterGraph.h"
 
-#include <cstdint>
-
 extern "C" {
 #include <libavfilter/buffersink.h>
 #include <libavfilter/buffersrc.h>

@@ -1,6 +1,8 @@
 // A chain of FFmpeg's video filters.
 #pragma once
 
+#include <cstdint>
+
 extern "C" {
 #include <libavfilter/avfilter.h>
 }

@@ -1,6 +1,8 @@
 // The HDR metadata of a frame, as the platform passes it.
 #pragma once
 
+#include <cstdint>
+
 extern "C" {
 #include <libavutil/frame.h>
 }
