@@ -243,8 +243,7 @@ status_t APipe::postAndRaiseGeneration(Message what, const char* operation) {
 // The loop does not wait for it: what the loop stamps next must carry the new generation.
 void APipe::raiseGenerationOf(const sp<AMessage>& msg) {
     int32_t raised;
-    CHECK(msg->findInt32("generation", &raised));
-    raiseGenerationTo(raised);
+    if (msg->findInt32("generation", &raised)) raiseGenerationTo(raised);
 }
 
 void APipe::raiseGenerationTo(int32_t raised) {
