@@ -19,12 +19,13 @@ foreach(library ${plexa_libraries})
         $<INSTALL_INTERFACE:${plexa_headers}> $<INSTALL_INTERFACE:${plexa_platform_headers}>)
 endforeach()
 
-install(TARGETS ${plexa_libraries} EXPORT plexa_targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+install(TARGETS ${plexa_libraries} EXPORT plexa_targets
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    PUBLIC_HEADER DESTINATION ${plexa_headers})
 if(TARGET plexa)
     install(TARGETS plexa RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
 
-install(DIRECTORY impl/pipe/common/ DESTINATION ${plexa_headers} FILES_MATCHING PATTERN "*.h")
 file(GLOB plexa_platform_includes CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/platform/*/include)
 foreach(include_dir ${plexa_platform_includes})
     install(DIRECTORY ${include_dir}/ DESTINATION ${plexa_platform_headers})

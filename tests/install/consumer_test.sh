@@ -1,13 +1,16 @@
 #!/usr/bin/env bash
-# Installs the build into a scratch prefix, moves it, and builds and runs the consumer against it
-# with CMake and with pkg-config.
+# Checks what leaves the library, installs the build into a scratch prefix, moves it, and builds and
+# runs the consumer against it with CMake and, with and without RTTI, with pkg-config.
 # usage: consumer_test.sh BUILD_DIR C++_COMPILER
 set -euo pipefail
 build=$1
 compiler=$2
-consumer=$(cd "$(dirname "$0")/consumer" && pwd)
+here=$(cd "$(dirname "$0")" && pwd)
+consumer=$here/consumer
 scratch=$(mktemp -d)
 trap 'rm -rf "$scratch"' EXIT
+
+"$here/../../scripts/check-exports" "$build/lib/libplexa_common.so"
 
 cmake --install "$build" --prefix "$scratch/installed" >/dev/null
 prefix=$scratch/moved
@@ -19,11 +22,13 @@ cmake -G Ninja -S "$consumer" -B "$scratch/build" -DCMAKE_PREFIX_PATH="$prefix" 
 cmake --build "$scratch/build" >/dev/null
 "$scratch/build/consumer"
 
-echo "pkg-config:"
 pc=$(find "$prefix" -name plexa.pc -printf '%h')
 read -ra flags <<<"$(PKG_CONFIG_PATH=$pc pkg-config --cflags --libs plexa)"
-"$compiler" "$consumer/main.cpp" "${flags[@]}" -o "$scratch/consumer"
-LD_LIBRARY_PATH=$(PKG_CONFIG_PATH=$pc pkg-config --variable=libdir plexa) "$scratch/consumer"
+for rtti in -frtti -fno-rtti; do
+    echo "pkg-config, $rtti:"
+    "$compiler" $rtti "$consumer/main.cpp" "${flags[@]}" -o "$scratch/consumer"
+    LD_LIBRARY_PATH=$(PKG_CONFIG_PATH=$pc pkg-config --variable=libdir plexa) "$scratch/consumer"
+done
 
 echo "each public header alone:"
 for header in "$prefix"/include/plexa/*.h; do

@@ -129,6 +129,8 @@ protected:
     using ChromaLayout = ChromaPlanes (*)(uint8_t* afterLuma, size_t quarter);
 
     ~APipeBuffer() override;
+    void onLastStrongRef(const void* id) override;
+    bool onIncStrongAttempted(uint32_t flags, const void* id) override;
 
     /// init() of a linear format; tag is the class's log tag.
     status_t initLinear(const char* tag, ChromaLayout layout);
@@ -175,8 +177,6 @@ private:
     static sp<APipeBuffer> regain(const wp<APipeBuffer>& awaited);
     // Awaits it no more: its memory goes with its last holder.
     static void forgo(const wp<APipeBuffer>& awaited);
-    void onLastStrongRef(const void* id) override;
-    bool onIncStrongAttempted(uint32_t flags, const void* id) override;
     void freeMemory();
 
     // The reply that a stage gave the buffer last, for the next time that it hands the buffer out.
