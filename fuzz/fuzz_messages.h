@@ -43,7 +43,7 @@ inline void setHostileValue(FuzzedDataProvider& data, const android::sp<android:
             msg->setBuffer(key, data.ConsumeBool() ? takeBlob(data) : nullptr);
             break;
         case 4:
-            msg->setMessage(key, new android::AMessage);
+            msg->setMessage(key, data.ConsumeBool() ? new android::AMessage : nullptr);
             break;
         case 5:
             msg->setObject(key, data.ConsumeBool() ? new android::AMessage : nullptr);

@@ -223,12 +223,13 @@ TEST_F(PipeNotifyTest, ATraceTellsWhatHappensToAFrame) {
     struct Sink final : host::TraceSink {
         void begin(const char* name) override { mEvents.push_back(std::string("begin ") + name); }
         void end() override { mEvents.emplace_back("end"); }
-        void asyncBegin(const char*, int32_t) override {}
-        void asyncEnd(const char*, int32_t) override {}
-        void counter(const char*, int64_t) override {}
-        void instant(const char* track, const char* name) override {
-            mEvents.push_back(std::string(track) + " " + name);
+        void asyncBegin(const char* name, int32_t cookie) override {
+            mEvents.push_back(name + (" of " + std::to_string(cookie)));
         }
+        void asyncEnd(const char* name, int32_t cookie) override {
+            mEvents.push_back(name + (" of " + std::to_string(cookie) + " over"));
+        }
+        void counter(const char*, int64_t) override {}
         std::vector<std::string> mEvents;
     } sink;
     const sp<TestStage> last = stage("B"), first = stage("A", last, 1);
@@ -240,8 +241,11 @@ TEST_F(PipeNotifyTest, ATraceTellsWhatHappensToAFrame) {
     last->queueItem(pairItem(2, 12, 2));
     run();
     host::setTraceSink(nullptr);
-    EXPECT_EQ(sink.mEvents, (std::vector<std::string>{"A queued", "begin A", "end", "B queued",
-                                                      "A forwarded", "B queued", "B dropped"}));
+    EXPECT_EQ(sink.mEvents,
+              (std::vector<std::string>{"frame of 1", "A waits of 1", "A waits of 1 over",
+                                        "begin A 1", "end", "B waits of 1", "frame of 2",
+                                        "B waits of 2", "begin B dropped 2: given up",
+                                        "B waits of 2 over", "frame of 2 over", "end"}));
 }
 
 }  // namespace

@@ -1,32 +1,38 @@
 // APipe: one asynchronous stage of a chain, and the messages by which a client hears from it.
 #pragma once
 
-#include <android-base/thread_annotations.h>
 #include <media/stagefright/foundation/ABuffer.h>
 #include <media/stagefright/foundation/AHandler.h>
 #include <media/stagefright/foundation/ALooper.h>
 #include <media/stagefright/foundation/AMessage.h>
 #include <utils/Errors.h>
 #include <utils/List.h>
-#include <utils/Mutex.h>
 #include <utils/RefBase.h>
 #include <utils/StrongPointer.h>
 
 #include <atomic>
 #include <cstdint>
 #include <functional>
+#include <memory>
 #include <string>
 #include <vector>
 
 #include "APipeBuffer.h"
 #include "APipeBufferPool.h"
+#include "APipeCounts.h"
 #include "APipeExport.h"
 #include "APipeItemGenerator.h"
-#include "APipeLoopLock.h"
 
 namespace android {
 
+class APipeLedger;
+class APipeLoop;
 class APipeLoopChecker;
+class APipeNotifier;
+class APipeStallWatch;
+class APipeTrace;
+struct APipeStageRecord;
+struct APipeStageView;
 
 /// Carries the argument of setRangeInfos inside its message.
 ///
@@ -62,6 +68,10 @@ struct SetRangeInfosParameter : public RefBase {
 /// **An error** stops the intake of a stage, not its loop: it refuses items from then on; flush and
 /// release still work, also where an init failed on the way down the chain. To go on, release the
 /// chain and call init again.
+///
+/// **A chain that does not move** says why: debugString() tells where every buffer is and what each
+/// stage waits for, and a stage that has something to do and makes no progress for the stall time
+/// logs it by itself.
 ///
 /// **The end.** The last reference to a stage may be dropped at any time, on any thread, its own
 /// loop's included. The destructor ends the loop; messages still queued are dropped. A release
@@ -162,6 +172,23 @@ public:
     /// use until the next flush.
     void setBufferGeneration();
 
+    /// What this stage and all after it are at, in a few lines a stage: its state, what its loop
+    /// does and for how long, what it waits for, what lies in its lists, who holds which buffer of
+    /// its pool, and the counts. Any thread, at any time, while a stage works too; waits for no
+    /// loop.
+    std::string debugString() const;
+
+    /// What has become of the buffers that this stage took since its init, or since its last flush,
+    /// as of the last message that its loop handled. Any thread, at any time.
+    APipeCounts getCounts() const;
+    APipeCounts getCountsSinceFlush() const;
+
+    /// For how many microseconds a stage of this chain, from this one on, may have something to do
+    /// without progress before it says so in the log, once: "[name] stalled: " with what it waits
+    /// for, and debugString(). A warning when a stage is the cause, information when the client is.
+    /// One second unless set; 0 or less: never. What is set counts from the next progress on.
+    void setStallTime(int64_t us);
+
     /// Tells the chain that the format of its inputs has changed. Runs on the calling thread, after
     /// the init-completed notice. INVALID_OPERATION here: a stage that cares overrides it.
     virtual status_t updateInputFormat(const sp<AMessage>& format);
@@ -182,6 +209,7 @@ protected:
         kWhatRelease = 4,
         kWhatBufferReturned = 5,
         kWhatSetRangeInfos = 0x73524966,  ///< 'sRIf'
+        kWhatStallTick = 0x73546963,      ///< 'sTic'
     };
 
     /// The work on one frame: fills the item's output from its input and, where the stage has sub
@@ -242,61 +270,61 @@ protected:
     /// Makes release() of the buffer come back to this stage, for as long as its generation lasts.
     void setReply(const sp<APipeBuffer>& buffer);
 
-private:
-    status_t startLooper();
-    sp<ALooper> detachLooper();
-    sp<AMessage> newMessage(Message what);
-    sp<AMessage> newIntake(Message what);
-    status_t post(const sp<AMessage>& msg, const char* operation);
-    status_t postStamped(const sp<AMessage>& msg, const char* operation);
-    status_t postAndRaiseGeneration(Message what, const char* operation);
-    void raiseGenerationOf(const sp<AMessage>& msg);
-    void raiseGenerationTo(int32_t raised);
-    void passOn(Message what, const char* operation, Notice completed);
-    bool isStale(const sp<AMessage>& msg) const;
-
-    void offerOutputBuffer();
-    void workOnCompletedItem();
-    void workOn(sp<APipeItem> item);
-    sp<APipeItem> takeFirstWorkItem();
-    bool isWorkable(const sp<APipeItem>& item) const;
-    status_t runEngine(const Engine& engine, const sp<APipeItem>& item);
-
-    void sendHome(const sp<APipeItem>& item);
-    void sendDroppedHome();
-    void returnPoolInput(const sp<APipeItem>& item);
-    void appendOutput(const sp<APipeBuffer>& buffer);
-    void postOutputDone(const sp<APipeBuffer>& buffer, BufferFlag flag);
-    void notifyCompleted(Notice what);
-    sp<AMessage> newNotice(Notice what) const;
-
     static constexpr size_t kCacheLine = 64;
 
     // What every thread reads and hardly anyone writes.
-    const sp<APipeLoopLock> mLoopLock;  // its mutex is never held together with mRaiseLock
-    const sp<APipeLoopChecker> mLoopChecker;
-    sp<AMessage> mNotify;
-
-protected:
     sp<APipe> mNextPipe;
     std::string mName;
     std::atomic<int32_t> mState = kStateCreated;
 
-private:
-    std::atomic<int32_t> mGeneration = 0;
-
-    // What threads that post write, on lines of its own.
-    alignas(kCacheLine) sp<ALooper> mLooper GUARDED_BY(mLoopLock->mMutex);
-    // Raises of the generation, one at a time; held while a flush or release is posted for one.
-    Mutex mRaiseLock;
-
-protected:
     // The loop's own.
     alignas(kCacheLine) sp<APipeBufferPool> mBufferPool;
     sp<APipeItemGenerator> mItemGenerator;
     List<sp<APipeItem>> mWorkItems;    ///< complete, waiting for onWork
     List<sp<APipeItem>> mOutputItems;  ///< finished, waiting for the next stage
     std::vector<APipeRangeInfo> mRangeInfos;
+
+private:
+    sp<AMessage> newIntake(Message what, const char* operation, status_t* refusal);
+    void handle(const sp<AMessage>& msg);
+    void beginLife();
+    void passOn(Message what, const char* operation, Notice completed);
+
+    void announce(const APipeItem& item);
+    void dropStale(const APipeItem& item);
+    void offerOutputBuffer();
+    void workOnCompletedItem();
+    void workOn(sp<APipeItem> item);
+    sp<APipeItem> takeFirstWorkItem();
+    bool isWorkable(const sp<APipeItem>& item) const;
+    status_t runEngine(const Engine& engine, const sp<APipeItem>& item);
+    void sendDroppedHome();
+    void giveBack(const APipeItem& item, int64_t APipeCounts::*fate);
+    void giveInputBack(const sp<APipeBuffer>& buffer, int64_t APipeCounts::*fate);
+    void giveOutputBack(const sp<APipeBuffer>& buffer, BufferFlag flag, int64_t APipeCounts::*fate);
+    void leave(const sp<APipeBuffer>& buffer, int64_t APipeCounts::*fate, const char* call);
+    void warnWithoutReply(const sp<APipeBuffer>& buffer);
+    void appendOutput(const sp<APipeBuffer>& buffer);
+    void postOutputDone(const sp<APipeBuffer>& buffer, BufferFlag flag);
+    void forgetAll();
+
+    void publish();
+    bool isBusy(const APipeStageRecord& record) const;
+    int64_t describeLists(APipeStageRecord* record) const;
+    void armWatches();
+    void onStallTick();
+    void logStall(const APipe* stage) const;
+    APipeStageView view() const;
+    std::vector<APipeStageView> viewsFromHere() const;
+
+    alignas(kCacheLine) const sp<APipeLoop> mLoop;
+    const sp<APipeLoopChecker> mLoopChecker;
+    const sp<APipeLedger> mLedger;
+    const std::unique_ptr<APipeNotifier> mNotifier;
+    const std::unique_ptr<APipeStallWatch> mStallWatch;
+    const std::unique_ptr<APipeTrace> mTrace;
+    int64_t mNoticesAtTick = 0;
+    bool mReplyWarningGiven = false;
 };
 
 }  // namespace android

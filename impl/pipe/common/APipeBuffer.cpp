@@ -11,7 +11,9 @@
 #include <ui/Rect.h>
 
 #include "APipeBufferUtils.h"
-#include "APipeLoopLock.h"
+#include "APipeLoop.h"
+#include "APipeMessages.h"
+#include "APipePlace.h"
 
 namespace android {
 
@@ -146,7 +148,10 @@ void APipeBuffer::release() {
     sp<AMessage> reply;
     if (!mMeta->findMessage("reply", &reply) || reply == nullptr) return;
     const bool isOfStage = reply == mReply.message;
-    const sp<AMessage> copy = isOfStage ? mReply.lock->copy(reply) : reply->dup();
+    const sp<AMessage> copy =
+        isOfStage ? mReply.loop->copy(reply) : APipeMessages::copy(LOG_TAG, reply);
+    if (copy == nullptr) return;
+    APipePlace{APipePlace::kOnTheWayHome, 0, coarseNowMs()}.putOn(*this);
     copy->setObject("buffer", this);
     copy->post();
 }

@@ -17,7 +17,7 @@
 
 namespace android {
 
-class APipeLoopLock;
+class APipeLoop;
 
 /// One frame: pixel memory of one of three kinds, its colour format and geometry, the CPU
 /// addresses of its planes, and a metadata message that travels with it.
@@ -99,7 +99,8 @@ public:
     /// buffer as its "buffer". Without "reply" nothing happens. The stored message never gets the
     /// buffer: it would hold it for ever from inside the buffer's own metadata whenever the copy
     /// is not handled. Any thread that owns the buffer. A reply of a client's own reads here what
-    /// its handler is registered with.
+    /// its handler is registered with; one with a null message inside cannot be copied and is not
+    /// posted, which an error in the log tells.
     void release();
 
     /// The metadata itself, never null and the same for the buffer's life: keys set through it are
@@ -167,6 +168,7 @@ protected:
 private:
     friend class APipe;
     friend class APipeBufferPool;
+    friend struct APipePlace;
 
     // For a pool that wants a buffer back once nobody holds it. It awaits the buffer, keeps a weak
     // reference and drops its strong one, so that the last strong one to go is a holder's.
@@ -182,11 +184,15 @@ private:
     // The reply that a stage gave the buffer last, for the next time that it hands the buffer out.
     struct Reply {
         sp<AMessage> message;
-        sp<APipeLoopLock> lock;  // the stage's
+        sp<APipeLoop> loop;  // the stage's
         int32_t generation = 0;
     };
     Reply mReply;
     std::atomic<Holding> mHolding = Holding::Held;
+
+    // Where the buffer is in a chain, for a stage's debugString.
+    std::atomic<uint64_t> mPlace = 0;
+    std::atomic<int64_t> mFrameUs = -1;
 
     bool initIsDone(const char* tag) const;
     int32_t frameSize() const;

@@ -11,6 +11,8 @@
 
 #include "APipeBufferFactory.h"
 #include "APipeLoopChecker.h"
+#include "APipePlace.h"
+#include "APipePoolTable.h"
 
 namespace android {
 
@@ -40,6 +42,11 @@ GraphicKind graphicKind(APipeBuffer::ColorFormat colorFormat) {
     }
 }
 
+// For whoever asks where the pool's buffers are.
+void putBack(APipeBuffer& buffer) {
+    APipePlace{APipePlace::kInPool, 0, coarseNowMs()}.putOn(buffer);
+}
+
 template <typename Key, typename Value>
 Value takeAt(KeyedVector<Key, Value>& list, size_t index) {
     Value value = std::move(list.editValueAt(index));
@@ -49,7 +56,7 @@ Value takeAt(KeyedVector<Key, Value>& list, size_t index) {
 
 }  // namespace
 
-APipeBufferPool::APipeBufferPool() = default;
+APipeBufferPool::APipeBufferPool() : mTable(new APipePoolTable) {}
 
 APipeBufferPool::~APipeBufferPool() {
     forgetAll();
@@ -85,6 +92,7 @@ status_t APipeBufferPool::init(int32_t bufferCount, int32_t width, int32_t heigh
         const sp<APipeBuffer> buffer = createBuffer(id);
         if (buffer == nullptr) return UNKNOWN_ERROR;
         mAvailableBuffers.add(id, buffer);
+        mTable->set(id, buffer);
     }
     mInitialized = true;
     return OK;
@@ -118,6 +126,7 @@ void APipeBufferPool::returnBuffer(const sp<APipeBuffer>& buffer) {
         ALOGW("returnBuffer() refused buffer %d, which is not of this pool", saidId);
         return;
     }
+    putBack(*buffer);
     const sp<AMessage>& meta = buffer->getMeta();
     int64_t timeUs = 0;
     const bool hasTime = meta->findInt64("timeUs", &timeUs);
@@ -152,6 +161,7 @@ void APipeBufferPool::flush() {
         mBuffersInUse.valueAt(i)->await();
         mTakenByFlush.add(id, mBuffersInUse.valueAt(i));
         mAvailableBuffers.add(id, nullptr);
+        mTable->setTakenByFlush(id, true);
     }
     mBuffersInUse.clear();
     ALOGI("flush done mAvailableBuffers %zu, mBuffersInUse %zu mBuffersInWait %zu",
@@ -172,6 +182,7 @@ void APipeBufferPool::forgetAll() {
     for (size_t i = 0; i < mTakenByFlush.size(); ++i)
         APipeBuffer::forgo(mTakenByFlush.valueAt(i));
     mTakenByFlush.clear();
+    mTable->clear();
 }
 
 sp<APipeBuffer> APipeBufferPool::createBuffer(int32_t id) const {
@@ -186,6 +197,7 @@ sp<APipeBuffer> APipeBufferPool::createBuffer(int32_t id) const {
         mColorFormat, mWidth, mHeight, graphicBuffer, nullptr, mMemoryType, -1, -1);
     if (buffer == nullptr || buffer->init() != OK) return nullptr;
     buffer->getMeta()->setInt32("id", id);
+    putBack(*buffer);
     return buffer;
 }
 
@@ -213,6 +225,7 @@ bool APipeBufferPool::isFreeToHandOut(size_t index) {
     if (buffer != nullptr) {
         // It was not returned, so it still carries what was said of the frame that it had.
         buffer->getMeta()->clear();
+        putBack(*buffer);
     } else {
         buffer = createBuffer(id);
         if (buffer == nullptr) {
@@ -222,6 +235,7 @@ bool APipeBufferPool::isFreeToHandOut(size_t index) {
         APipeBuffer::forgo(taken);
     }
     mTakenByFlush.removeItem(id);
+    mTable->set(id, buffer);
     return true;
 }
 

@@ -14,6 +14,7 @@
 namespace android {
 
 class APipeLoopChecker;
+class APipePoolTable;
 
 /// Allocates a fixed number of equal buffers and keeps each in exactly one of three lists:
 /// available, in use, or (with the wait list) held back by presentation time. The number of a
@@ -95,6 +96,7 @@ private:
     void freeHeldBack(size_t index);
 
     sp<APipeLoopChecker> mLoopChecker;  // of the stage that owns the pool
+    const sp<APipePoolTable> mTable;
     bool mInitialized = false;
     bool mUseWaitBufferPool = false;
     int32_t mBufferCount = -1;

@@ -6,6 +6,7 @@
 #include <utils/Log.h>
 
 #include "APipeFormatReader.h"
+#include "APipeMessages.h"
 
 namespace android {
 
@@ -25,9 +26,10 @@ APipeBuffer::ColorFormat plainFormatOf(int32_t compressed) {
     }
 }
 
+// Null for a format that cannot be copied.
 sp<AMessage> withColorFormat(const sp<AMessage>& format, int32_t colorFormat) {
-    sp<AMessage> copy = format->dup();
-    copy->setInt32("colorformat", colorFormat);
+    sp<AMessage> copy = APipeMessages::copy(LOG_TAG, format);
+    if (copy != nullptr) copy->setInt32("colorformat", colorFormat);
     return copy;
 }
 
@@ -68,9 +70,12 @@ bool APipeDecompress::setUp(const sp<AMessage>& msg) {
     const APipeBuffer::ColorFormat plain = plainFormatOf(srcFormat);
     ALOGI("(srcColorFormat %d -> changedFormat %d), dstColorFormat %d", srcFormat, plain,
           dstFormat);
+    const sp<AMessage> plainSrc = withColorFormat(formats.src(), plain);
+    const sp<AMessage> plainDst = withColorFormat(formats.dst(), plain);
+    if (plainSrc == nullptr || plainDst == nullptr) return false;
     const sp<AMessage> converterFormats = new AMessage;
     converterFormats->setMessage("src", formats.src());
-    converterFormats->setMessage("dst", withColorFormat(formats.dst(), plain));
+    converterFormats->setMessage("dst", plainDst);
     mConverter = APipeConverter::Create(APipeConverter::kTypeCL);
     if (mConverter == nullptr || mConverter->init(converterFormats) != OK) return false;
     APipeFormatReader::Size size;
@@ -81,7 +86,7 @@ bool APipeDecompress::setUp(const sp<AMessage>& msg) {
         return false;
     }
     mInputColorFormat = srcFormat;
-    msg->setMessage("src", withColorFormat(formats.src(), plain));
+    msg->setMessage("src", plainSrc);
     return true;
 }
 

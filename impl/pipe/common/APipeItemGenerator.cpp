@@ -5,9 +5,12 @@
 
 #include <log/log.h>
 
+#include <iterator>
 #include <utility>
 
 #include "APipeLoopChecker.h"
+#include "APipePlace.h"
+#include "APipeStageRecord.h"
 
 namespace android {
 
@@ -41,6 +44,12 @@ sp<ABuffer> frameMetaOf(const sp<AMessage>& meta) {
     sp<ABuffer> frameMeta;
     meta->findBuffer(kFrameMeta, &frameMeta);
     return frameMeta;
+}
+
+APipeQueueRecord describeBuffers(const List<sp<APipeBuffer>>& buffers) {
+    if (buffers.empty()) return {};
+    return {static_cast<int64_t>(buffers.size()), APipePlace::frameOf(**buffers.begin()),
+            APipePlace::frameOf(**std::prev(buffers.end()))};
 }
 
 const APipeRangeInfo* rangeAt(const std::vector<APipeRangeInfo>& infos, int64_t timeUs) {
@@ -122,6 +131,18 @@ List<sp<APipeItem>> APipeItemGenerator::takeDroppedItems() {
 
 void APipeItemGenerator::checkLoop(const char* call) const {
     APipeLoopChecker::check(mLoopChecker, call);
+}
+
+void APipeItemGenerator::describe(APipePending* pending) const {
+    pending->inputs = describeBuffers(mInputBuffers);
+    pending->outputs = describeBuffers(mOutputBuffers);
+    pending->isPaused = mPaused ? 1 : 0;
+    for (const List<sp<APipeItem>>* items : {&mCompletedItems, &mDroppedItems}) {
+        for (const sp<APipeItem>& item : *items) {
+            for (const sp<APipeBuffer>& buffer : {item->mInput, item->mSubInput, item->mOutput})
+                pending->otherBuffers += buffer != nullptr ? 1 : 0;
+        }
+    }
 }
 
 bool APipeItemGenerator::acceptsItem(const sp<APipeItem>& item) {
@@ -285,6 +306,21 @@ sp<APipeItem> APipePortraitItemGenerator::getCompletedItem() {
     item->mSubInput = takeFirst(mSubInputBuffers);
     item->mOutput = takeFirst(mOutputBuffers);
     return item;
+}
+
+void APipePortraitItemGenerator::describe(APipePending* pending) const {
+    APipeItemGenerator::describe(pending);
+    pending->subInputs = describeBuffers(mSubInputBuffers);
+    if (!mItemMetas.empty()) {
+        pending->metas = {static_cast<int64_t>(mItemMetas.size()), timeOf(*mItemMetas.begin()),
+                          timeOf(*std::prev(mItemMetas.end()))};
+    }
+    if (mInputBuffers.empty()) return;
+    if (mSubInputBuffers.empty()) {
+        pending->missing = APipePending::kSubInput;
+    } else if (frameMetaOf((*mInputBuffers.begin())->getMeta()) == nullptr) {
+        pending->missing = APipePending::kMetadata;
+    }
 }
 
 void APipePortraitItemGenerator::handleInput(const sp<APipeItem>& item) {

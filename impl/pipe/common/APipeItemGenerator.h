@@ -18,6 +18,7 @@
 namespace android {
 
 class APipeLoopChecker;
+struct APipePending;
 
 /// What a stage works on. A client queues items with one of the buffers each; a generator makes
 /// items with an input and an output, and from the portrait generator a sub input too.
@@ -108,6 +109,9 @@ protected:
     /// Leaves a buffer to the stage, as the part of an item that `role` names.
     void drop(sp<APipeBuffer> APipeItem::*role, const sp<APipeBuffer>& buffer);
 
+    /// What waits here, for the stage's debugString.
+    virtual void describe(APipePending* pending) const;
+
     List<sp<APipeBuffer>> mInputBuffers;
     List<sp<APipeBuffer>> mOutputBuffers;
     List<sp<APipeItem>> mCompletedItems;
@@ -177,6 +181,8 @@ public:
     sp<APipeItem> getCompletedItem() override;
 
 protected:
+    void describe(APipePending* pending) const override;
+
     List<sp<APipeBuffer>> mSubInputBuffers;
     List<sp<AMessage>> mItemMetas;
 

@@ -18,6 +18,13 @@ namespace android {
 /// Threading: thread-safe.
 class APipeLoopChecker : public RefBase {
 public:
+    /// Whether misuse is looked for.
+#ifdef NDEBUG
+    static constexpr bool kIsOn = false;
+#else
+    static constexpr bool kIsOn = true;
+#endif
+
     /// Null with NDEBUG.
     static sp<APipeLoopChecker> create(const std::string& stage);
 
@@ -36,11 +43,6 @@ protected:
     ~APipeLoopChecker() override = default;
 
 private:
-#ifdef NDEBUG
-    static constexpr bool kIsOn = false;
-#else
-    static constexpr bool kIsOn = true;
-#endif
     static constexpr pid_t kNoThread = 0;
 
     explicit APipeLoopChecker(const std::string& stage) : mStage(stage) {}

@@ -6,6 +6,7 @@
 #include <utils/Log.h>
 
 #include "APipeFormatReader.h"
+#include "APipeMessages.h"
 
 namespace android {
 
@@ -61,7 +62,8 @@ bool APipeScale::setUp(const sp<AMessage>& msg) {
         ALOGE("onInit scaler->init failed");
         return false;
     }
-    const sp<AMessage> output = formats.src()->dup();
+    const sp<AMessage> output = APipeMessages::copy(LOG_TAG, formats.src());
+    if (output == nullptr) return false;
     output->setInt32("width", dst.width);
     output->setInt32("height", dst.height);
     msg->setMessage("src", output);

@@ -36,6 +36,16 @@ bool AMessage::findRect(const char* name, int32_t* left, int32_t* top, int32_t* 
     return true;
 }
 
+const char* AMessage::getEntryNameAt(size_t index, Type* type) const {
+    // In the order of the alternatives of a MessageValue.
+    constexpr Type kTypes[] = {kTypeInt32,  kTypeInt64,  kTypeRect,
+                               kTypeObject, kTypeBuffer, kTypeMessage};
+    if (index >= mItems.size()) return nullptr;
+    const host::MessageItem& item = mItems[index];
+    *type = kTypes[item.value.index()];
+    return item.name.text();
+}
+
 sp<AMessage> AMessage::dup() const {
     sp<AMessage> copy = new AMessage(mWhat, targetHandler());
     for (size_t i = 0; i < mItems.size(); ++i) {

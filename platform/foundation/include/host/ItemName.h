@@ -50,7 +50,8 @@ private:
 // Threading: reentrant.
 class ItemName {
 public:
-    static constexpr size_t kMaxInline = sizeof(ItemKey::Head);
+    // With the zero that ends it as text.
+    static constexpr size_t kMaxInline = sizeof(ItemKey::Head) - 1;
 
     explicit ItemName(const ItemKey& key) : mHead(key.head()) {
         if (key.text().size() > kMaxInline) [[unlikely]]
@@ -65,10 +66,9 @@ public:
     ItemName& operator=(ItemName&&) noexcept = default;
     ~ItemName() = default;
 
-    std::string_view view() const {
-        if (mWhole != nullptr) return *mWhole;
-        const auto* text = reinterpret_cast<const char*>(mHead.data());
-        return {text, strnlen(text, kMaxInline)};
+    std::string_view view() const { return {text(), std::strlen(text())}; }
+    const char* text() const {
+        return mWhole != nullptr ? mWhole->c_str() : reinterpret_cast<const char*>(mHead.data());
     }
 
     // For a key of up to kMaxInline characters.

@@ -28,6 +28,16 @@ class MessageQueue;
 // Threading: reentrant. Once posted, a message belongs to its handler.
 class AMessage : public RefBase {
 public:
+    // The types of values that there are here; the numbers are the platform's.
+    enum Type {
+        kTypeInt32 = 0,
+        kTypeInt64 = 1,
+        kTypeObject = 7,
+        kTypeMessage = 8,
+        kTypeRect = 9,
+        kTypeBuffer = 10,
+    };
+
     AMessage();
     // `handler` may be null: such a message cannot be posted until it has a target.
     AMessage(uint32_t what, const sp<const AHandler>& handler);
@@ -37,7 +47,7 @@ public:
     uint32_t what() const { return mWhat; }
     void setTarget(const sp<const AHandler>& handler);
 
-    // Names of up to 16 characters cost no heap call.
+    // Names of up to 15 characters cost no heap call.
     void setInt32(const char* name, int32_t value) { mItems.set(name, value); }
     void setInt64(const char* name, int64_t value) { mItems.set(name, value); }
     void setObject(const char* name, sp<RefBase> object) { mItems.set(name, std::move(object)); }
@@ -60,6 +70,9 @@ public:
     // Whether the name is there, with a value of any type.
     bool contains(const char* name) const { return mItems.find(name) != nullptr; }
     size_t countEntries() const { return mItems.size(); }
+    // The name and the type of a value; null past the last one. The name is the message's, until
+    // its values change.
+    const char* getEntryNameAt(size_t index, Type* type) const;
     // Removes every value; what and target stay.
     void clear() { mItems.clear(); }
 
