@@ -1,6 +1,12 @@
 plexa_platform_part(utils
     FaultInjection.cpp
+    GrowingFile.cpp
     Heap.cpp
     Log.cpp
     RefBase.cpp
-    TraceSink.cpp)
+    TraceFile.cpp
+    TraceJson.cpp
+    TraceLane.cpp
+    TraceLanes.cpp
+    TraceSink.cpp
+    TraceWriter.cpp)

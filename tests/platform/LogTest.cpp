@@ -2,12 +2,17 @@
 #define LOG_TAG "LogTest"
 
 #include <gtest/gtest.h>
+#include <host/TraceFile.h>
 #include <log/log.h>
 #include <media/stagefright/foundation/ADebug.h>
 #include <utils/Trace.h>
 
+#include <fstream>
+#include <map>
+#include <nlohmann/json.hpp>
 #include <stdexcept>
 #include <string>
+#include <thread>
 
 #include "support/LogCapture.h"
 
@@ -134,6 +139,53 @@ TEST(TraceTest, ScopesNestAndEndOnTheSinkThatSawThemBegin) {
     }
     EXPECT_EQ(sink.text, "(outer[depth2](inner<frame>))");
     EXPECT_FALSE(ATRACE_ENABLED());
+}
+
+// Far more than the writer can keep up with, from threads that end each other's events.
+void traceFlood(const std::string& path) {
+    const auto flood = [](const std::string& own, const std::string& other) {
+        for (int i = 0; i < 100'000; ++i) {
+            ATRACE_NAME(own.c_str());
+            ATRACE_NAME("inner \"\\\n\xff");
+            ATRACE_ASYNC_BEGIN(own.c_str(), i);
+            ATRACE_ASYNC_END(other.c_str(), i);
+            ATRACE_INT("step", i);
+        }
+    };
+    ASSERT_EQ(android::host::startTraceFile(path), "");
+    EXPECT_EQ(android::host::startTraceFile(path), "a trace is being written to " + path);
+    std::thread one(flood, "a", "b"), other(flood, "b", "a");
+    one.join();
+    other.join();
+    ATRACE_ASYNC_BEGIN("unfinished", 1);
+}
+
+TEST(TraceFileTest, WhatIsLeftOutIsCountedAndWhatIsThereIsWhole) {
+    const plexa::LogCapture log(ANDROID_LOG_WARN);
+    const std::string path = ::testing::TempDir() + "flood.json";
+    traceFlood(path);
+    const android::host::TraceFileEnd end = android::host::finishTraceFile();
+    EXPECT_EQ(end.error, "");
+    const auto file = nlohmann::json::parse(std::ifstream(path));
+    EXPECT_GT(end.leftOut, 0U);
+    EXPECT_EQ(log.lines().size(), 1U);
+    EXPECT_EQ(file["otherData"]["eventsLeftOut"], end.leftOut);
+    std::map<std::string, int> open;
+    int slices = 0;
+    for (const auto& event : file["traceEvents"]) {
+        const std::string phase = event["ph"];
+        const bool isAsync = event.contains("id");
+        int& depth = open[isAsync ? event["cat"].get<std::string>() + event["id"].get<std::string>()
+                                  : event.value("tid", nlohmann::json()).dump()];
+        if (phase == "B" || phase == "b") ++depth;
+        if (phase == "E" || phase == "e") --depth;
+        EXPECT_GE(depth, 0);
+        slices += phase == "B" ? 1 : 0;
+    }
+    for (const auto& [key, depth] : open)
+        EXPECT_EQ(depth, 0) << key;
+    EXPECT_GT(slices, 1000);
+    EXPECT_EQ(android::host::startTraceFile("/"), "Is a directory");
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // What is to be done before a signal ends the program.
 #include "base/Interruption.h"
 
+#include <host/TraceFile.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -40,6 +41,7 @@ void onSignal(int signal) {
         const char* message = unfinished->message.data();
         (void)!write(STDERR_FILENO, message, std::strlen(message));
     }
+    android::host::flushTraceFile();
     errno = error;
     raise(signal);
 }

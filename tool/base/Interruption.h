@@ -6,9 +6,10 @@
 namespace plexa {
 
 /**
- * Has SIGINT, SIGTERM and SIGHUP say on standard error what is left incomplete, and remove it,
- * before the process dies of the signal: so a shell knows that its loop is to end too. One that was
- * ignored when the program was started (nohup) stays so. Once, before any thread is made.
+ * Has SIGINT, SIGTERM and SIGHUP say on standard error what is left incomplete, remove it, and
+ * complete the trace, before the process dies of the signal: so a shell knows that its loop is to
+ * end too. One that was ignored when the program was started (nohup) stays so. Once, before any
+ * thread is made.
  */
 void cleanUpOnSignals();
 

@@ -1,6 +1,8 @@
 // What the command lines of all subcommands share.
 #include "cli/CommandLine.h"
 
+#include <host/TraceFile.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
@@ -77,6 +79,11 @@ void addSharedOptions(CLI::App* command, SharedOptions* options) {
                       "End at the first damage of the input instead of going on without it");
     command->add_flag("--json", options->json,
                       "Print the summary, or the error, as JSON on standard output");
+    command
+        ->add_option("--trace", options->trace,
+                     "Write what becomes of each frame into a file for trace viewers and for "
+                     "plexa trace, as JSON")
+        ->type_name("FILE");
     command->add_flag("--quiet", options->quiet, "Print errors only");
     command->add_flag("--verbose", options->verbose, "Print the log of the library and of FFmpeg");
 }
@@ -122,6 +129,36 @@ Status checkIsNotInput(const std::string& input, const std::string& output) {
     const bool isFile = std::filesystem::is_regular_file(output, missing);
     if (!isFile || !std::filesystem::equivalent(input, output, missing)) return {};
     return Status::error("OUTPUT: '" + output + "' is the input itself");
+}
+
+Status checkTrace(const SharedOptions& options, const std::string& output) {
+    if (options.trace.empty()) return {};
+    namespace fs = std::filesystem;
+    std::error_code missing;
+    for (const std::string& other : {options.input.path, output}) {
+        const bool isSame =
+            fs::equivalent(options.trace, other, missing) ||
+            fs::weakly_canonical(options.trace, missing) == fs::weakly_canonical(other, missing);
+        if (isSame) return Status::error("--trace: '" + options.trace + "' is taken");
+    }
+    return {};
+}
+
+Status startTrace(const std::string& path) {
+    if (path.empty()) return {};
+    const std::string error = android::host::startTraceFile(path);
+    return error.empty() ? Status() : Status::error("--trace: " + path + ": " + error);
+}
+
+void finishTrace() {
+    const android::host::TraceFileEnd end = android::host::finishTraceFile();
+    if (!end.error.empty()) {
+        std::fprintf(stderr, "plexa: %s: the trace ends early: %s\n", end.path.c_str(),
+                     end.error.c_str());
+    } else if (end.leftOut > 0) {
+        std::fprintf(stderr, "plexa: %s: %llu events came too fast and are left out\n",
+                     end.path.c_str(), static_cast<unsigned long long>(end.leftOut));
+    }
 }
 
 Status print(const std::string& text, FILE* stream) {

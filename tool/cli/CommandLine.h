@@ -31,6 +31,7 @@ struct SharedOptions {
     bool json = false;
     bool quiet = false;
     bool verbose = false;
+    std::string trace;  // a file; empty: none
 };
 
 /** Adds INPUT. Threading: reentrant, like all functions here. */
@@ -57,6 +58,15 @@ int fail(const Status& status, int exitStatus, bool json);
 /** As fail(), of a command line; says how to get help. `command` is the subcommand or empty. */
 int failUsage(const Status& status, const std::string& command, bool json);
 
+/** An error of usage if --trace names the input or `output`. */
+Status checkTrace(const SharedOptions& options, const std::string& output);
+
+/** Starts the trace that is asked for, if one is. */
+Status startTrace(const std::string& path);
+/** Completes the trace that is being written, if one is, and says on standard error what it lacks.
+ */
+void finishTrace();
+
 /** Runs a job to its end and prints its report to `stream`; the exit status. */
 template <typename Job, typename Report, typename Request>
 int runJob(const Request& request, const SharedOptions& options, FILE* stream) {
@@ -64,7 +74,9 @@ int runJob(const Request& request, const SharedOptions& options, FILE* stream) {
     captureAvLog(options.verbose);
     captureLibraryLog(options.verbose);
     Report report;
-    Status status = Job(request).run(&report);
+    Status status = startTrace(options.trace);
+    if (status.isOk()) status = Job(request).run(&report);
+    finishTrace();
     if (status.isOk() && (options.json || !options.quiet)) {
         status = print(options.json ? toJson(report) : toText(report), stream);
     }

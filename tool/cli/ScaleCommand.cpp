@@ -80,6 +80,7 @@ Status ScaleCommand::checkOptions() const {
 
 int ScaleCommand::run() {
     Status status = checkOptions();
+    if (status.isOk()) status = checkTrace(mOptions, mRequest.output);
     if (!status.isOk()) return failUsage(status, "scale", mOptions.json);
     mRequest.input = mOptions.input;
     mRequest.showsProgress = !mOptions.quiet && !mOptions.verbose && isatty(STDERR_FILENO) != 0;

@@ -113,6 +113,7 @@ Status SnapshotCommand::checkOptions() const {
 
 int SnapshotCommand::run() {
     Status status = checkOptions();
+    if (status.isOk()) status = checkTrace(mOptions, mRequest.output);
     if (!status.isOk()) return failUsage(status, "snapshot", mOptions.json);
     mRequest.input = mOptions.input;
     return runJob<SnapshotJob, SnapshotReport>(mRequest, mOptions, stdout);

@@ -1,6 +1,8 @@
 // Scales a video through a chain of stages, end to end.
 #include "job/ScaleJob.h"
 
+#include <utils/Trace.h>
+
 #include <algorithm>
 #include <chrono>
 #include <iterator>
@@ -23,6 +25,11 @@ constexpr int kInputBuffers = 4;
 constexpr int kOutputBuffers = 4;
 
 constexpr AVRational kMicroseconds = {1, 1000000};
+
+// In a trace, as the stages name theirs.
+std::string sliceName(const char* work, int64_t timeUs) {
+    return text("%s %lld", work, static_cast<long long>(timeUs));
+}
 
 // Where the output has no place for the input's rotation, its frames are turned.
 InputOptions forOutput(const ScaleRequest& request) {
@@ -149,7 +156,9 @@ Status ScaleJob::readNext() {
     mNext = nullptr;
     const bool isEnough =
         mSelection.isCompleteAt(mIndex) || (mRequest.maxFrames > 0 && mIndex == mRequest.maxFrames);
-    return isEnough ? Status() : mReader.read(&mNext, &mNextTime);
+    if (isEnough) return {};
+    ATRACE_NAME("decode");
+    return mReader.read(&mNext, &mNextTime);
 }
 
 Status ScaleJob::feed() {
@@ -175,16 +184,21 @@ Status ScaleJob::feedFrame(const AVFrame& frame) {
     int id = -1;
     if (!mTraffic.takeFreeInput(&id)) return {};
     const auto& input = mInputs[static_cast<size_t>(id)];
-    pack(frame, pixelsOf(mLinear));
-    if (mCompressor->convert(mLinear, input) != android::OK) {
-        return Status::error(withLibraryError("a frame could not be compressed"));
-    }
     mLastTimeUs = av_rescale_q(mNextTime.pts, mReader.format().timeBase, kMicroseconds);
+    Status status = compress(frame, input);
+    if (!status.isOk()) return status;
     input->getMeta()->setInt64("timeUs", mLastTimeUs);
     const std::shared_ptr<AVFrame> properties(av_frame_alloc(), AvDelete());
     av_frame_copy_props(properties.get(), &frame);
     mTraffic.inputQueued({mNextTime, mLastTimeUs, properties});
     return mChain.queueInput(input);
+}
+
+Status ScaleJob::compress(const AVFrame& frame, const android::sp<android::APipeBuffer>& input) {
+    ATRACE_NAME(sliceName("compress", mLastTimeUs).c_str());
+    pack(frame, pixelsOf(mLinear));
+    if (mCompressor->convert(mLinear, input) == android::OK) return {};
+    return Status::error(withLibraryError("a frame could not be compressed"));
 }
 
 // The stages pass a buffer marked so on without working on it, behind all frames.
@@ -214,6 +228,7 @@ Status ScaleJob::drain() {
 }
 
 Status ScaleJob::writeFrame(const FrameTraffic::FilledOutput& output) {
+    ATRACE_NAME(sliceName("write", output.frame.timeUs).c_str());
     const auto& buffer = mOutputs[static_cast<size_t>(output.bufferId)];
     Status status = mSink->write({buffer, output.frame.time, output.frame.properties});
     if (!status.isOk()) return status;

@@ -52,6 +52,7 @@ private:
     Status feed();
     Status feedUntilSizeChanges();
     Status feedFrame(const AVFrame& frame);
+    Status compress(const AVFrame& frame, const android::sp<android::APipeBuffer>& input);
     Status readNext();
     Status changeSize();
     Status queueEnd();

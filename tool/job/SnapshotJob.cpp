@@ -1,6 +1,8 @@
 // Makes a picture of one frame of a video.
 #include "job/SnapshotJob.h"
 
+#include <utils/Trace.h>
+
 #include <utility>
 
 #include "base/Text.h"
@@ -55,6 +57,7 @@ Status SnapshotJob::make() {
     if (status.isOk()) status = converter.convert(buffer, &picture);
     if (!status.isOk()) return status;
     picture->sample_aspect_ratio = mAspect;
+    ATRACE_NAME("write");
     return writePng({picture.get()}, "null", &mFile);
 }
 
@@ -62,7 +65,7 @@ const AVFrame* SnapshotJob::findFrame(Status* status) {
     for (;;) {
         const AVFrame* frame = nullptr;
         FrameTime time;
-        *status = mReader.read(&frame, &time);
+        *status = readFrame(&frame, &time);
         if (!status->isOk()) return nullptr;
         if (frame == nullptr) {
             *status = Status::error(text("--at: the last frame is at %.3f s, before %.3f s",
@@ -72,6 +75,11 @@ const AVFrame* SnapshotJob::findFrame(Status* status) {
         mResult.seconds = static_cast<double>(time.pts) * av_q2d(mReader.format().timeBase);
         if (mResult.seconds >= mRequest.seconds - kClockTolerance) return frame;
     }
+}
+
+Status SnapshotJob::readFrame(const AVFrame** frame, FrameTime* time) {
+    ATRACE_NAME("decode");
+    return mReader.read(frame, time);
 }
 
 Status SnapshotJob::chooseArea(const AVFrame& frame) {

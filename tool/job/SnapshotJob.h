@@ -39,6 +39,7 @@ public:
 private:
     Status make();
     const AVFrame* findFrame(Status* status);  // null: status says why
+    Status readFrame(const AVFrame** frame, FrameTime* time);
     Status chooseArea(const AVFrame& frame);
     Status loadFrame(const AVFrame& frame, android::sp<android::APipeBuffer>* buffer) const;
     Status openConverter(PictureConverter* converter);

@@ -8,43 +8,64 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr size_t kOtherSection = SIZE_MAX;
+constexpr size_t kOtherSlice = SIZE_MAX;
 
-// A section that the thread is inside; sections of one thread nest.
-struct OpenSection {
+// A slice that the thread is inside; slices of one thread nest.
+struct OpenSlice {
     size_t stage;
     Clock::time_point begin;
 };
 
-thread_local std::vector<OpenSection> tOpenSections;
+thread_local std::vector<OpenSlice> tOpenSlices;
 
 }  // namespace
 
-StageTimes::StageTimes(std::vector<std::string> stages) {
+StageTimes::StageTimes(std::vector<std::string> stages) : mNext(android::host::traceSink()) {
     for (std::string& name : stages)
         mStages.push_back({std::move(name), {}});
     android::host::setTraceSink(this);
 }
 
 StageTimes::~StageTimes() {
-    android::host::setTraceSink(nullptr);
+    android::host::setTraceSink(mNext);
+}
+
+// The stage whose name is followed by a number, or by nothing.
+size_t StageTimes::stageOf(std::string_view slice) const {
+    for (size_t i = 0; i < mStages.size(); ++i) {
+        if (!slice.starts_with(mStages[i].name)) continue;
+        const std::string_view rest = slice.substr(mStages[i].name.size());
+        const bool isWork = rest.find_first_not_of("-0123456789", 1) == std::string_view::npos;
+        if (rest.empty() || (rest.front() == ' ' && isWork)) return i;
+    }
+    return kOtherSlice;
 }
 
 void StageTimes::begin(const char* name) {
-    size_t stage = 0;
-    while (stage < mStages.size() && mStages[stage].name != name)
-        ++stage;
-    if (stage == mStages.size()) stage = kOtherSection;
-    tOpenSections.push_back({stage, Clock::now()});
+    if (mNext != nullptr) mNext->begin(name);
+    tOpenSlices.push_back({stageOf(name), Clock::now()});
 }
 
 void StageTimes::end() {
     const Clock::time_point now = Clock::now();
-    const OpenSection section = tOpenSections.back();
-    tOpenSections.pop_back();
-    if (section.stage == kOtherSection) return;
+    if (mNext != nullptr) mNext->end();
+    const OpenSlice slice = tOpenSlices.back();
+    tOpenSlices.pop_back();
+    if (slice.stage == kOtherSlice) return;
     std::scoped_lock lock(mLock);
-    mStages[section.stage].work.add(now - section.begin);
+    mStages[slice.stage].work.add(now - slice.begin);
+}
+
+void StageTimes::asyncBegin(const char* name, int32_t cookie) {
+    if (mNext != nullptr) mNext->asyncBegin(name, cookie);
+}
+
+void StageTimes::asyncEnd(const char* name, int32_t cookie) {
+    if (mNext != nullptr) mNext->asyncEnd(name, cookie);
+}
+
+void StageTimes::counter(const char* name, int64_t value) {
+    if (mNext != nullptr) mNext->counter(name, value);
 }
 
 std::vector<StageTime> StageTimes::summary() const {

@@ -5,6 +5,7 @@
 
 #include <mutex>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "base/DurationHistogram.h"
@@ -18,8 +19,9 @@ struct StageTime {
 };
 
 /**
- * Listens to the platform's trace and sums up the sections named like the given stages. Installs
- * itself for its lifetime; it must outlive the stages, which may be inside a section.
+ * Listens to the platform's trace and sums up the slices of the given stages' work, which are named
+ * like the stage and the frame's time. Installs itself for its lifetime, and passes all on to the
+ * sink that was installed before; it must outlive the stages, which may be inside a slice.
  *
  * Threading: thread-safe.
  */
@@ -34,9 +36,9 @@ public:
 
     void begin(const char* name) override;
     void end() override;
-    void asyncBegin(const char* /*name*/, int32_t /*cookie*/) override {}
-    void asyncEnd(const char* /*name*/, int32_t /*cookie*/) override {}
-    void counter(const char* /*name*/, int64_t /*value*/) override {}
+    void asyncBegin(const char* name, int32_t cookie) override;
+    void asyncEnd(const char* name, int32_t cookie) override;
+    void counter(const char* name, int64_t value) override;
 
 private:
     struct Stage {
@@ -44,6 +46,9 @@ private:
         DurationHistogram work;
     };
 
+    size_t stageOf(std::string_view slice) const;
+
+    android::host::TraceSink* const mNext;
     mutable std::mutex mLock;
     std::vector<Stage> mStages;  // the names never change; the times are guarded by mLock
 };
