@@ -40,6 +40,7 @@ int run(int argc, char** argv) {
     program.footer(plexa::kExitStatuses);
     plexa::ScaleCommand scale(&program);
     plexa::SnapshotCommand snapshot(&program);
+    plexa::TraceCommand trace(&program);
     const auto isJson = [](const std::string& word) { return word == "--json"; };
     const bool json = std::any_of(argv, argv + argc, isJson);
     const Status words = plexa::checkWords(program, argc, argv);
@@ -57,7 +58,9 @@ int run(int argc, char** argv) {
     }
     if (scale.isChosen()) return scale.run();
     if (snapshot.isChosen()) return snapshot.run();
-    return plexa::failUsage(Status::error("a command is missing: scale or snapshot"), "", json);
+    if (trace.isChosen()) return trace.run();
+    return plexa::failUsage(Status::error("a command is missing: scale, snapshot or trace"), "",
+                            json);
 }
 
 }  // namespace

@@ -95,6 +95,25 @@ def grey(luma):
     return round((luma - 16) * 255 / 219)
 
 
+def trace_of(path):
+    """The names of a trace's slices in the order of their beginning; each begin has its end."""
+    with open(path) as file:
+        events = json.load(file)["traceEvents"]
+    names, open_slices, open_async = [], {}, {}
+    for event in events:
+        if event["ph"] == "B":
+            names.append(event["name"])
+            open_slices.setdefault(event["tid"], []).append(event["ts"])
+        elif event["ph"] == "E":
+            assert open_slices[event["tid"]].pop() <= event["ts"]
+        elif event["ph"] in "be":
+            key = event["cat"], event["id"]
+            open_async[key] = open_async.get(key, 0) + (1 if event["ph"] == "b" else -1)
+            assert open_async[key] >= 0
+    assert not any(open_slices.values()) and not any(open_async.values())
+    return names
+
+
 def clip(path, width=64, height=48, count=1, codec="ffv1", format="yuv420p", yuv=(40, 128, 128),
          ticks=None, output=()):
     """Frames of one colour each, each one brighter by 1, at `ticks` of a 1 ms clock or 25 a second."""

@@ -9,7 +9,7 @@ import time
 
 import pytest
 
-from plexa import PROGRAM, clip, failed, ffmpeg, greys, noise, ok, probe, run, times, y4m
+from plexa import PROGRAM, clip, failed, ffmpeg, greys, noise, ok, probe, run, times, trace_of, y4m
 
 VIDEO = y4m(64, 48, greys(64, 48, 60))
 
@@ -39,7 +39,9 @@ def make_source(tmp_path):
     ("OUTPUT: 'a.avi'", ["scale", "IN", "a.avi", "--size", "8x8"]),
     (".mp4, .mkv, .y4m, .png or -", ["scale", "IN", "plain", "--size", "8x8"]),
     ("--json: standard output", ["scale", "IN", "-", "--size", "8x8", "--json"]),
-    ("is the input itself", ["scale", "IN", "IN", "--size", "8x8"])])
+    ("is the input itself", ["scale", "IN", "IN", "--size", "8x8"]),
+    ("--trace: ", ["scale", "IN", "o.y4m", "--size", "8x8", "--trace", "IN"]),
+    ("OUTPUT: 'a.png' is no .svg", ["trace", "IN", "a.png"])])
 def test_usage_errors_have_status_two_and_name_the_option(tmp_path, source, message, arguments):
     arguments = [source if argument == "IN" else argument for argument in arguments]
     done = failed(2, message, *arguments, cwd=tmp_path)
@@ -138,7 +140,23 @@ def test_bad_outputs_leave_nothing_behind(tmp_path, source):
         output = tmp_path / name
         done = failed(1, cause, "scale", source, output, "--size", "64x48")
         assert done.err == f"plexa: {output}: cannot be written: {cause}\n"
+    failed(1, "--trace: /missing/t: No such file or directory", "scale", source, tmp_path / "o.mp4",
+           "--size", "64x48", "--trace", "/missing/t")
+    for content, cause in ((b"{", "no JSON at byte"), (b"[1]", "has no \"traceEvents\""),
+                           (b'{"traceEvents":[3,{"ph":"E","ts":"x"},{"ph":"B","ts":1}]}',
+                            "no stage works on a frame")):
+        source.write_bytes(content)
+        failed(1, cause, "trace", source, tmp_path / "o.svg")
     assert sorted(os.listdir(tmp_path)) == before
+
+
+def test_a_trace_that_grows_too_large_ends_early(tmp_path):
+    limit = (64 * 1024, 64 * 1024)
+    done = ok("scale", "-", tmp_path / "o.mkv", "--size", "64x48", "--trace", tmp_path / "t",
+              input=y4m(64, 48, greys(64, 48, 200)),
+              preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, limit))
+    assert done.err == f"plexa: {tmp_path}/t: the trace ends early: File too large\n"
+    assert trace_of(tmp_path / "t") is not None
 
 
 @pytest.mark.parametrize("name", ["o.y4m", "o.mp4", "o.mkv", "o.png"])
@@ -180,8 +198,9 @@ def wait_for_file(folder):
 
 
 @pytest.mark.parametrize("number", [signal.SIGINT, signal.SIGTERM, signal.SIGHUP])
-def test_interrupted_while_it_waits_for_input(tmp_path, number):
-    process = start("scale", "-", tmp_path / "o.mp4", "--size", "64x48")
+def test_interrupted_while_it_waits_for_input(tmp_path, tmp_path_factory, number):
+    trace = tmp_path_factory.mktemp("trace") / "t"
+    process = start("scale", "-", tmp_path / "o.mp4", "--size", "64x48", "--trace", trace)
     process.stdin.write(VIDEO)
     process.stdin.flush()
     wait_for_file(tmp_path)
@@ -190,6 +209,7 @@ def test_interrupted_while_it_waits_for_input(tmp_path, number):
     expected = f"plexa: {tmp_path}/o.mp4: interrupted before it was complete\n"
     assert process.stderr.read().decode() == expected
     assert os.listdir(tmp_path) == []
+    assert trace_of(trace)[0] == "decode"
 
 
 def test_interrupted_while_nobody_reads_its_output(tmp_path):

@@ -47,4 +47,19 @@ private:
     SnapshotRequest mRequest;
 };
 
+/** The same for `plexa trace`, which draws what the others trace. */
+class TraceCommand {
+public:
+    explicit TraceCommand(CLI::App* program);
+    bool isChosen() const { return mCommand->parsed(); }
+    int run();
+
+private:
+    Status draw() const;
+
+    CLI::App* mCommand;
+    std::string mInput;
+    std::string mOutput;
+};
+
 }  // namespace plexa

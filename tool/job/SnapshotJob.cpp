@@ -54,7 +54,7 @@ Status SnapshotJob::make() {
     PictureConverter converter;
     if (status.isOk()) status = openConverter(&converter);
     FramePtr picture;
-    if (status.isOk()) status = converter.convert(buffer, &picture);
+    if (status.isOk()) status = convert(buffer, &converter, &picture);
     if (!status.isOk()) return status;
     picture->sample_aspect_ratio = mAspect;
     ATRACE_NAME("write");
@@ -132,6 +132,12 @@ Status SnapshotJob::openConverter(PictureConverter* converter) {
     mFallbackReason = status.text();
     mResult.engine = Engine::Capture;
     return converter->open(mResult.engine, mDataspace, width, height);
+}
+
+Status SnapshotJob::convert(const sp<APipeBuffer>& buffer, PictureConverter* converter,
+                            FramePtr* picture) const {
+    ATRACE_NAME(text("convert %.0f", mResult.seconds * 1e6).c_str());
+    return converter->convert(buffer, picture);
 }
 
 std::vector<std::string> SnapshotJob::notes() const {

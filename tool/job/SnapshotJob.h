@@ -43,6 +43,8 @@ private:
     Status chooseArea(const AVFrame& frame);
     Status loadFrame(const AVFrame& frame, android::sp<android::APipeBuffer>* buffer) const;
     Status openConverter(PictureConverter* converter);
+    Status convert(const android::sp<android::APipeBuffer>& buffer, PictureConverter* converter,
+                   FramePtr* picture) const;
     std::vector<std::string> notes() const;
 
     const SnapshotRequest mRequest;

@@ -6,7 +6,6 @@ extern "C" {
 }
 
 #include <system/graphics.h>
-#include <utils/Trace.h>
 
 #include "base/Text.h"
 #include "media/FrameBuffers.h"
@@ -86,7 +85,6 @@ Status PictureConverter::open(Engine engine, int32_t dataspace, int width, int h
 }
 
 Status PictureConverter::convert(const sp<APipeBuffer>& frame, FramePtr* picture) {
-    ATRACE_NAME("convert");
     if (mConverter->convert(frame, mPicture) != android::OK) {
         return Status::error(
             withLibraryError(text("the frame could not be rendered by engine %s", mName)));
