@@ -156,7 +156,7 @@ def test_a_trace_that_grows_too_large_ends_early(tmp_path):
               input=y4m(64, 48, greys(64, 48, 200)),
               preexec_fn=lambda: resource.setrlimit(resource.RLIMIT_FSIZE, limit))
     assert done.err == f"plexa: {tmp_path}/t: the trace ends early: File too large\n"
-    assert trace_of(tmp_path / "t") is not None
+    trace_of(tmp_path / "t")  # what is there is whole
 
 
 @pytest.mark.parametrize("name", ["o.y4m", "o.mp4", "o.mkv", "o.png"])

@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <charconv>
+#include <cmath>
 #include <cstring>
 #include <fstream>
 #include <limits>
@@ -29,6 +30,13 @@ std::string textOf(const nlohmann::json& event, const char* key) {
 double numberOf(const nlohmann::json& event, const char* key, double fallback) {
     const auto found = event.find(key);
     return found != event.end() && found->is_number() ? found->get<double>() : fallback;
+}
+
+// Of a number; 0 for what is none, or is too large for a count.
+int64_t countOf(const nlohmann::json& value) {
+    constexpr double kMost = 1e15;
+    const double count = value.is_number() ? value.get<double>() : 0;
+    return std::abs(count) <= kMost ? static_cast<int64_t>(count) : 0;
 }
 
 bool isUnfinished(const nlohmann::json& event) {
@@ -81,12 +89,14 @@ Status TraceReader::read(const std::string& path, ChainTrace* trace) {
         if (!rest.is_object() || !rest.contains("traceEvents")) {
             return Status::error(path + ": is no trace: it has no \"traceEvents\"");
         }
-        if (const auto other = rest.find("otherData"); other != rest.end()) {
-            mTrace.leftOut = static_cast<int64_t>(numberOf(*other, "eventsLeftOut", 0));
+        if (const auto other = rest.find("otherData"); other != rest.end() && other->is_object()) {
+            mTrace.leftOut = countOf(other->value("eventsLeftOut", Json()));
         }
     } catch (const Json::parse_error& error) {
         return Status::error(
             text("%s: is no trace: no JSON at byte %zu", path.c_str(), error.byte));
+    } catch (const Json::exception& error) {
+        return Status::error(path + ": is no trace: " + error.what());
     }
     Status status = finish(path);
     *trace = std::move(mTrace);
@@ -169,7 +179,7 @@ void TraceReader::addLevel(const Json& event, double time) {
     for (const auto& [ending, level] : kLevels) {
         if (!name.ends_with(ending) || !args->begin()->is_number()) continue;
         TraceLane& owner = lane(name.substr(0, name.size() - ending.size()));
-        (owner.*level).steps.push_back({time, args->begin()->get<int64_t>()});
+        (owner.*level).steps.push_back({time, countOf(*args->begin())});
     }
 }
 
