@@ -152,7 +152,7 @@ void TracePicture::drawChain() {
     mSvg.words("name", kMargin, mY + kAscent, "the chain");
     mSvg.words("", kMargin, mY + kAscent + kLine,
                text("%s a frame", durationText(meanOf(mTrace.frames)).c_str()));
-    mY += kLine;
+    mY += kLine + kRowGap;
     drawLevel("frames in it", levelOf(mTrace.frames), LevelKind::Load);
     mY += kLaneGap;
 }
