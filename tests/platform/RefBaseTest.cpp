@@ -125,43 +125,40 @@ TEST(RefBaseDeathTest, StopsAtReferencesThatComeTooLate) {
         "destroyed while 2 strong references hold it");
 }
 
+// Counts its ends; with an extended lifetime it does not agree to be revived.
 struct Shared : RefBase {
-    explicit Shared(std::atomic<int>* itsGone) : gone(itsGone) {}
-    ~Shared() override { ++*gone; }
+    Shared(std::atomic<int>* itsEnds, bool extended) : ends(itsEnds) {
+        if (extended) extendObjectLifetime(OBJECT_LIFETIME_WEAK);
+    }
+    void onLastStrongRef(const void*) override { ++*ends; }
+    bool onIncStrongAttempted(uint32_t, const void*) override { return false; }
 
-    std::atomic<int>* const gone;
+    std::atomic<int>* const ends;
     std::atomic<int> touched{0};
 };
 
-// Threads promote, copy and drop while the owner lets go: each object goes exactly once, and
-// nobody holds it afterwards.
+// A thread promotes, copies and drops while the owner lets go: each object has one end.
 TEST(RefBaseTest, LastShareIsFoundWhenThreadsRaceForIt) {
-    constexpr int kRounds = 300;
-    constexpr int kThreads = 3;
-    std::atomic<int> gone{0};
-    for (int round = 0; round < kRounds; ++round) {
-        sp<Shared> owner = sp<Shared>::make(&gone);
-        const wp<Shared> weak = owner;
-        std::atomic<int> ready{0};
-        std::vector<std::thread> threads;
-        for (int i = 0; i < kThreads; ++i) {
-            threads.emplace_back([&ready, weak] {
-                ++ready;
-                for (int k = 0; k < 20; ++k) {
-                    const sp<Shared> strong = weak.promote();
-                    if (strong == nullptr) return;
-                    const wp<Shared> again = sp<Shared>(strong);
-                    ++again.promote()->touched;
-                }
-            });
+    std::atomic<int> ends{0};
+    std::vector<sp<Shared>> owned;
+    for (int i = 0; i < 4'000; ++i)
+        owned.push_back(sp<Shared>::make(&ends, i % 2 == 0));
+    const std::vector<wp<Shared>> weak(owned.begin(), owned.end());
+    std::atomic<size_t> at{0};
+    std::thread other([&] {
+        for (const wp<Shared>& named : weak) {
+            ++at;
+            while (const sp<Shared> strong = named.promote())
+                ++wp<Shared>(strong).promote()->touched;
         }
-        while (ready < kThreads)
+    });
+    for (size_t i = 0; i < owned.size(); ++i) {
+        while (at <= i)
             std::this_thread::yield();
-        owner.clear();
-        for (std::thread& thread : threads)
-            thread.join();
-        ASSERT_EQ(gone, round + 1);
+        owned[i].clear();
     }
+    other.join();
+    EXPECT_EQ(ends, std::ssize(owned));
 }
 }  // namespace
 }  // namespace android

@@ -17,9 +17,14 @@ public:
     LightRefBase(const LightRefBase&) = delete;
     LightRefBase& operator=(const LightRefBase&) = delete;
 
+    // Relaxed: as RefBase::incStrong().
     void incStrong(const void*) const { mCount.fetch_add(1, std::memory_order_relaxed); }
+    // Release, and acquire for the last one: what every holder did with the object happens before
+    // it is destroyed.
     void decStrong(const void*) const {
-        if (mCount.fetch_sub(1, std::memory_order_acq_rel) == 1) delete static_cast<const T*>(this);
+        if (mCount.fetch_sub(1, std::memory_order_release) != 1) return;
+        (void)mCount.load(std::memory_order_acquire);
+        delete static_cast<const T*>(this);
     }
     int32_t getStrongCount() const { return mCount.load(std::memory_order_relaxed); }
 

@@ -34,6 +34,7 @@ public:
     private:
         friend class RefBase;
         explicit weakref_type(RefBase* base) : mBase(base) {}
+        bool addToHeld();
         uint32_t addStrong();
         void onLastWeak(const void* id);
         static void* operator new(size_t bytes) { return host::Heap::allocate(bytes); }
@@ -95,6 +96,7 @@ private:
 
     static uint32_t strongOf(uint64_t counts) { return static_cast<uint32_t>(counts); }
     static uint32_t weakOf(uint64_t counts) { return static_cast<uint32_t>(counts >> 32); }
+    static bool isHeld(uint32_t strong) { return strong != 0 && strong != kNeverHeld; }
     void onFirstStrong() const;
     void onLastStrong(const void* id) const;
 
@@ -103,16 +105,15 @@ private:
 
 // Relaxed: whoever takes a further reference has one already, and with it sees the object.
 inline void RefBase::incStrong(const void*) const {
-    const uint32_t before = strongOf(mRefs->mCounts.load(std::memory_order_relaxed));
-    if (before == 0 || before == kNeverHeld) [[unlikely]]
+    if (!isHeld(strongOf(mRefs->mCounts.load(std::memory_order_relaxed)))) [[unlikely]]
         return onFirstStrong();
     mRefs->mCounts.fetch_add(1, std::memory_order_relaxed);
 }
 
-// Release and acquire pair with each other among the holders: what each did with the object
-// happens before the last one destroys it.
+// Release: pairs with the acquire of onLastStrong(). A reference that is not the last tells its
+// holder nothing of what the others did.
 inline void RefBase::decStrong(const void* id) const {
-    if (strongOf(mRefs->mCounts.fetch_sub(1, std::memory_order_acq_rel)) == 1) onLastStrong(id);
+    if (strongOf(mRefs->mCounts.fetch_sub(1, std::memory_order_release)) == 1) onLastStrong(id);
 }
 
 inline RefBase::weakref_type* RefBase::createWeak(const void* id) const {
@@ -120,14 +121,14 @@ inline RefBase::weakref_type* RefBase::createWeak(const void* id) const {
     return mRefs;
 }
 
-// As incStrong().
+// Relaxed: as incStrong().
 inline void RefBase::weakref_type::incWeak(const void*) {
     mCounts.fetch_add(kWeakOne, std::memory_order_relaxed);
 }
 
-// As decStrong(), for the counts and an object of extended lifetime.
+// Release: pairs with the acquire of onLastWeak().
 inline void RefBase::weakref_type::decWeak(const void* id) {
-    if (weakOf(mCounts.fetch_sub(kWeakOne, std::memory_order_acq_rel)) == 1) onLastWeak(id);
+    if (weakOf(mCounts.fetch_sub(kWeakOne, std::memory_order_release)) == 1) onLastWeak(id);
 }
 
 }  // namespace android
