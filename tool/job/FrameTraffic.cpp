@@ -7,15 +7,18 @@
 #include "media/LibraryLog.h"
 
 namespace plexa {
+
+using android::Mutex;
+
 namespace {
 
 constexpr std::chrono::seconds kPatience{60};
-constexpr std::chrono::seconds kCheckInterval{1};
+constexpr int64_t kCheckIntervalNs = 1'000'000'000;
 
 }  // namespace
 
 void FrameTraffic::startAnew(int inputs) {
-    std::scoped_lock lock(mLock);
+    const Mutex::Autolock lock(mLock);
     mEnded = false;
     mOutputsInChain = 0;
     mFreeInputs.clear();
@@ -24,60 +27,60 @@ void FrameTraffic::startAnew(int inputs) {
 }
 
 // The chain owes a frame while it has one together with a buffer to put it into.
-bool FrameTraffic::isOverdueLocked() const {
+bool FrameTraffic::isOverdue() const {
     return !mInChain.empty() && mOutputsInChain > 0 && Clock::now() - mLastActivity > kPatience;
 }
 
-template <typename Condition>
-bool FrameTraffic::wait(std::unique_lock<std::mutex>* lock, Condition isThere) {
-    while (mFailure.isOk() && !isThere()) {
-        mChanged.wait_for(*lock, kCheckInterval);
-        if (isOverdueLocked()) {
-            failLocked(Status::error(text("the pipe has been silent for %d seconds",
-                                          static_cast<int>(kPatience.count()))));
-        }
+void FrameTraffic::waitForChange() {
+    mChanged.waitRelative(mLock, kCheckIntervalNs);
+    if (isOverdue()) {
+        failLocked(Status::error(
+            text("the pipe has been silent for %d seconds", static_cast<int>(kPatience.count()))));
     }
-    return mFailure.isOk();
 }
 
 bool FrameTraffic::takeFreeInput(int* bufferId) {
-    std::unique_lock lock(mLock);
-    if (!wait(&lock, [this] { return !mFreeInputs.empty(); })) return false;
+    const Mutex::Autolock lock(mLock);
+    while (mFailure.isOk() && mFreeInputs.empty())
+        waitForChange();
+    if (!mFailure.isOk()) return false;
     *bufferId = mFreeInputs.front();
     mFreeInputs.pop_front();
     return true;
 }
 
 void FrameTraffic::inputQueued(FrameInChain frame) {
-    std::scoped_lock lock(mLock);
+    const Mutex::Autolock lock(mLock);
     mLastActivity = Clock::now();
     frame.queued = mLastActivity;
     mInChain.push_back(std::move(frame));
 }
 
 bool FrameTraffic::takeFilledOutput(FilledOutput* output) {
-    std::unique_lock lock(mLock);
-    if (!wait(&lock, [this] { return !mFilled.empty(); })) return false;
+    const Mutex::Autolock lock(mLock);
+    while (mFailure.isOk() && mFilled.empty())
+        waitForChange();
+    if (!mFailure.isOk()) return false;
     *output = std::move(mFilled.front());
     mFilled.pop_front();
     return true;
 }
 
 void FrameTraffic::outputQueued() {
-    std::scoped_lock lock(mLock);
+    const Mutex::Autolock lock(mLock);
     mLastActivity = Clock::now();
     ++mOutputsInChain;
 }
 
 void FrameTraffic::onInputDone(int bufferId) {
-    std::scoped_lock lock(mLock);
+    const Mutex::Autolock lock(mLock);
     mLastActivity = Clock::now();
     mFreeInputs.push_back(bufferId);
-    mChanged.notify_all();
+    mChanged.broadcast();
 }
 
 void FrameTraffic::onOutputDone(int bufferId, int64_t timeUs, bool hasFrame) {
-    std::scoped_lock lock(mLock);
+    const Mutex::Autolock lock(mLock);
     mLastActivity = Clock::now();
     --mOutputsInChain;
     if (mEnded) return;
@@ -91,7 +94,7 @@ void FrameTraffic::onOutputDone(int bufferId, int64_t timeUs, bool hasFrame) {
     const FrameInChain& frame = mFilled.back().frame;
     mEnded = frame.isEnd;
     if (!frame.isEnd) mChainTimes.add(mLastActivity - frame.queued);
-    mChanged.notify_all();
+    mChanged.broadcast();
 }
 
 void FrameTraffic::onChainError(int status) {
@@ -99,22 +102,22 @@ void FrameTraffic::onChainError(int status) {
 }
 
 void FrameTraffic::fail(const Status& status) {
-    std::scoped_lock lock(mLock);
+    const Mutex::Autolock lock(mLock);
     failLocked(status);
 }
 
 void FrameTraffic::failLocked(const Status& status) {
     if (mFailure.isOk()) mFailure = status;
-    mChanged.notify_all();
+    mChanged.broadcast();
 }
 
 Status FrameTraffic::failure() const {
-    std::scoped_lock lock(mLock);
+    const Mutex::Autolock lock(mLock);
     return mFailure;
 }
 
 DurationSummary FrameTraffic::chainTimes() const {
-    std::scoped_lock lock(mLock);
+    const Mutex::Autolock lock(mLock);
     return mChainTimes.summary();
 }
 

@@ -1,12 +1,13 @@
 // Which buffer is where, and why a job ends.
 #pragma once
 
+#include <utils/Condition.h>
+#include <utils/Mutex.h>
+
 #include <chrono>
-#include <condition_variable>
 #include <cstdint>
 #include <deque>
 #include <memory>
-#include <mutex>
 
 #include "base/DurationHistogram.h"
 #include "base/Status.h"
@@ -73,22 +74,22 @@ public:
 private:
     using Clock = std::chrono::steady_clock;
 
-    template <typename Condition>
-    bool wait(std::unique_lock<std::mutex>* lock, Condition isThere);
-    void failLocked(const Status& status);
-    bool isOverdueLocked() const;
+    /** Ends the job if the chain is silent for too long; may return without a change. */
+    void waitForChange() REQUIRES(mLock);
+    bool isOverdue() const REQUIRES(mLock);
+    void failLocked(const Status& status) REQUIRES(mLock);
 
-    mutable std::mutex mLock;
-    std::condition_variable mChanged;
-    // All below is guarded by mLock.
-    std::deque<int> mFreeInputs;
-    std::deque<FrameInChain> mInChain;
-    std::deque<FilledOutput> mFilled;
-    int mOutputsInChain = 0;
-    bool mEnded = false;  // the mark of the end is out; what comes now comes home unused
-    Clock::time_point mLastActivity = Clock::now();
-    DurationHistogram mChainTimes;
-    Status mFailure;
+    mutable android::Mutex mLock;
+    android::Condition mChanged;
+    std::deque<int> mFreeInputs GUARDED_BY(mLock);
+    std::deque<FrameInChain> mInChain GUARDED_BY(mLock);
+    std::deque<FilledOutput> mFilled GUARDED_BY(mLock);
+    int mOutputsInChain GUARDED_BY(mLock) = 0;
+    // The mark of the end is out; what comes now comes home unused.
+    bool mEnded GUARDED_BY(mLock) = false;
+    Clock::time_point mLastActivity GUARDED_BY(mLock) = Clock::now();
+    DurationHistogram mChainTimes GUARDED_BY(mLock);
+    Status mFailure GUARDED_BY(mLock);
 };
 
 }  // namespace plexa

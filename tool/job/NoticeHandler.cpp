@@ -1,29 +1,28 @@
 // The client's ear: takes the notices of all stages of a chain.
 #include "job/NoticeHandler.h"
 
-#include <chrono>
-
 namespace plexa {
 
 using android::AMessage;
 using android::APipe;
+using android::Mutex;
 using android::sp;
 
 namespace {
 
 // Far longer than a stage takes to start or to end, even under a sanitizer.
-constexpr std::chrono::seconds kDeadline{60};
+constexpr int64_t kDeadlineNs = 60'000'000'000;
 
 }  // namespace
 
 void NoticeHandler::startAnew() {
-    std::scoped_lock lock(mLock);
+    const Mutex::Autolock lock(mLock);
     mNotices.clear();
 }
 
 bool NoticeHandler::waitForInit() {
     waitForEither(APipe::kWhatInitCompleted, APipe::kWhatError);
-    std::scoped_lock lock(mLock);
+    const Mutex::Autolock lock(mLock);
     return mNotices.contains(APipe::kWhatInitCompleted);
 }
 
@@ -32,15 +31,16 @@ void NoticeHandler::waitForRelease() {
 }
 
 void NoticeHandler::waitForEither(APipe::Notice one, APipe::Notice other) {
-    std::unique_lock lock(mLock);
-    mArrived.wait_for(lock, kDeadline,
-                      [&] { return mNotices.contains(one) || mNotices.contains(other); });
+    const Mutex::Autolock lock(mLock);
+    while (!mNotices.contains(one) && !mNotices.contains(other)) {
+        if (mArrived.waitRelative(mLock, kDeadlineNs) == android::TIMED_OUT) return;
+    }
 }
 
 void NoticeHandler::keep(int32_t notice) {
-    std::scoped_lock lock(mLock);
+    const Mutex::Autolock lock(mLock);
     mNotices.insert(notice);
-    mArrived.notify_all();
+    mArrived.broadcast();
 }
 
 void NoticeHandler::onMessageReceived(const sp<AMessage>& msg) {

@@ -2,9 +2,9 @@
 #pragma once
 
 #include <APipe.h>
+#include <utils/Condition.h>
+#include <utils/Mutex.h>
 
-#include <condition_variable>
-#include <mutex>
 #include <set>
 
 #include "job/FrameTraffic.h"
@@ -26,7 +26,7 @@ public:
     void startAnew();
     /** Waits until the whole chain is up; false if a stage failed, or in a minute nothing came. */
     bool waitForInit();
-    /** Waits until the whole chain is released, at most a minute. */
+    /** Waits until the whole chain is released, or nothing came in a minute. */
     void waitForRelease();
 
 protected:
@@ -37,9 +37,9 @@ private:
     void keep(int32_t notice);
 
     FrameTraffic* const mTraffic;
-    std::mutex mLock;
-    std::condition_variable mArrived;
-    std::set<int32_t> mNotices;  // completions and errors so far; guarded by mLock
+    android::Mutex mLock;
+    android::Condition mArrived;
+    std::set<int32_t> mNotices GUARDED_BY(mLock);  // completions and errors so far
 };
 
 }  // namespace plexa

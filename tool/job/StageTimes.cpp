@@ -20,9 +20,8 @@ thread_local std::vector<OpenSlice> tOpenSlices;
 
 }  // namespace
 
-StageTimes::StageTimes(std::vector<std::string> stages) : mNext(android::host::traceSink()) {
-    for (std::string& name : stages)
-        mStages.push_back({std::move(name), {}});
+StageTimes::StageTimes(std::vector<std::string> stages)
+    : mNext(android::host::traceSink()), mStages(std::move(stages)), mWork(mStages.size()) {
     android::host::setTraceSink(this);
 }
 
@@ -33,8 +32,8 @@ StageTimes::~StageTimes() {
 // The stage whose name is followed by a number, or by nothing.
 size_t StageTimes::stageOf(std::string_view slice) const {
     for (size_t i = 0; i < mStages.size(); ++i) {
-        if (!slice.starts_with(mStages[i].name)) continue;
-        const std::string_view rest = slice.substr(mStages[i].name.size());
+        if (!slice.starts_with(mStages[i])) continue;
+        const std::string_view rest = slice.substr(mStages[i].size());
         const bool isWork = rest.find_first_not_of("-0123456789", 1) == std::string_view::npos;
         if (rest.empty() || (rest.front() == ' ' && isWork)) return i;
     }
@@ -52,8 +51,8 @@ void StageTimes::end() {
     const OpenSlice slice = tOpenSlices.back();
     tOpenSlices.pop_back();
     if (slice.stage == kOtherSlice) return;
-    std::scoped_lock lock(mLock);
-    mStages[slice.stage].work.add(now - slice.begin);
+    const android::Mutex::Autolock lock(mLock);
+    mWork[slice.stage].add(now - slice.begin);
 }
 
 void StageTimes::asyncBegin(const char* name, int32_t cookie) {
@@ -69,10 +68,10 @@ void StageTimes::counter(const char* name, int64_t value) {
 }
 
 std::vector<StageTime> StageTimes::summary() const {
-    std::scoped_lock lock(mLock);
+    const android::Mutex::Autolock lock(mLock);
     std::vector<StageTime> result;
-    for (const Stage& stage : mStages)
-        result.push_back({stage.name, stage.work.summary()});
+    for (size_t i = 0; i < mStages.size(); ++i)
+        result.push_back({mStages[i], mWork[i].summary()});
     return result;
 }
 

@@ -2,8 +2,8 @@
 #pragma once
 
 #include <host/TraceSink.h>
+#include <utils/Mutex.h>
 
-#include <mutex>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -41,16 +41,12 @@ public:
     void counter(const char* name, int64_t value) override;
 
 private:
-    struct Stage {
-        std::string name;
-        DurationHistogram work;
-    };
-
     size_t stageOf(std::string_view slice) const;
 
     android::host::TraceSink* const mNext;
-    mutable std::mutex mLock;
-    std::vector<Stage> mStages;  // the names never change; the times are guarded by mLock
+    const std::vector<std::string> mStages;
+    mutable android::Mutex mLock;
+    std::vector<DurationHistogram> mWork GUARDED_BY(mLock);  // of each stage
 };
 
 }  // namespace plexa

@@ -6,21 +6,24 @@ extern "C" {
 #include <libavutil/log.h>
 }
 
+#include <utils/Mutex.h>
+
 #include <array>
 #include <atomic>
 #include <cstdio>
-#include <mutex>
 #include <utility>
 
 namespace plexa {
+
+using android::Mutex;
+
 namespace {
 
 std::atomic<bool> sVerbose{false};
-std::mutex sLock;
-// Guarded by sLock.
-std::string sLastError;
-std::string sDemuxerError;
-DecoderErrors sDecoderErrors;
+Mutex sLock;
+std::string sLastError GUARDED_BY(sLock);
+std::string sDemuxerError GUARDED_BY(sLock);
+DecoderErrors sDecoderErrors GUARDED_BY(sLock);
 
 AVClassCategory categoryOf(void* object) {
     const AVClass* type = object != nullptr ? *static_cast<AVClass**>(object) : nullptr;
@@ -40,7 +43,7 @@ std::string formatLine(const char* format, va_list arguments) {
 void keepError(void* object, const char* format, va_list arguments) {
     const std::string line = formatLine(format, arguments);
     if (line.empty()) return;
-    std::scoped_lock lock(sLock);
+    const Mutex::Autolock lock(sLock);
     sLastError = line;
     const AVClassCategory category = categoryOf(object);
     if (category == AV_CLASS_CATEGORY_DEMUXER) sDemuxerError = line;
@@ -70,7 +73,7 @@ std::string avErrorText(int error) {
 }
 
 std::string avErrorWithLog(int error) {
-    std::scoped_lock lock(sLock);
+    const Mutex::Autolock lock(sLock);
     std::string result = avErrorText(error);
     if (!sLastError.empty()) result += " (" + sLastError + ")";
     sLastError.clear();
@@ -82,12 +85,12 @@ Status avStatus(int result) {
 }
 
 std::string takeDemuxerError() {
-    std::scoped_lock lock(sLock);
+    const Mutex::Autolock lock(sLock);
     return std::exchange(sDemuxerError, {});
 }
 
 DecoderErrors decoderErrors() {
-    std::scoped_lock lock(sLock);
+    const Mutex::Autolock lock(sLock);
     return sDecoderErrors;
 }
 

@@ -2,18 +2,20 @@
 #include "media/LibraryLog.h"
 
 #include <android/log.h>
-
-#include <mutex>
+#include <utils/Mutex.h>
 
 namespace plexa {
+
+using android::Mutex;
+
 namespace {
 
-std::mutex sLock;
-std::string sFirstError;  // guarded by sLock
+Mutex sLock;
+std::string sFirstError GUARDED_BY(sLock);
 
 void keepError(const __android_log_message* message) {
     if (message->priority < ANDROID_LOG_ERROR) return;
-    std::scoped_lock lock(sLock);
+    const Mutex::Autolock lock(sLock);
     if (!sFirstError.empty()) return;
     sFirstError = message->tag != nullptr ? std::string(message->tag) + ": " : "";
     sFirstError += message->message;
@@ -32,7 +34,7 @@ void captureLibraryLog(bool verbose) {
 }
 
 std::string withLibraryError(std::string text) {
-    std::scoped_lock lock(sLock);
+    const Mutex::Autolock lock(sLock);
     if (!sFirstError.empty()) text += " (" + sFirstError + ")";
     return text;
 }

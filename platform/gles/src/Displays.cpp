@@ -27,7 +27,7 @@ Displays& Displays::get() {
 
 EGLDisplay Displays::open(EGLNativeDisplayType native) {
     // The host's EGL makes a display when it is first asked for.
-    const std::lock_guard lock(mLock);
+    const Mutex::Autolock lock(mLock);
     const bool isChosen = getenv("EGL_PLATFORM") != nullptr;
     if (native == EGL_DEFAULT_DISPLAY && !isChosen && hasSurfacelessPlatform()) {
         return eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
@@ -36,14 +36,14 @@ EGLDisplay Displays::open(EGLNativeDisplayType native) {
 }
 
 EGLBoolean Displays::initialize(EGLDisplay display, EGLint* major, EGLint* minor) {
-    const std::lock_guard lock(mLock);
+    const Mutex::Autolock lock(mLock);
     const EGLBoolean done = eglInitialize(display, major, minor);
     if (done == EGL_TRUE) ++mUsers[display];
     return done;
 }
 
 EGLBoolean Displays::terminate(EGLDisplay display) {
-    const std::lock_guard lock(mLock);
+    const Mutex::Autolock lock(mLock);
     const auto users = mUsers.find(display);
     // Never initialised, or no display at all: the host knows the error.
     if (users == mUsers.end()) return eglTerminate(display);
@@ -52,7 +52,7 @@ EGLBoolean Displays::terminate(EGLDisplay display) {
 }
 
 bool Displays::isInitialized(EGLDisplay display) const {
-    const std::lock_guard lock(mLock);
+    const Mutex::Autolock lock(mLock);
     const auto users = mUsers.find(display);
     return users != mUsers.end() && users->second > 0;
 }

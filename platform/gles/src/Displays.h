@@ -2,9 +2,9 @@
 #pragma once
 
 #include <EGL/egl.h>
+#include <utils/Mutex.h>
 
 #include <map>
-#include <mutex>
 
 namespace android::host {
 
@@ -23,8 +23,8 @@ public:
     bool isInitialized(EGLDisplay display) const;
 
 private:
-    mutable std::mutex mLock;
-    std::map<EGLDisplay, int> mUsers;
+    mutable Mutex mLock;
+    std::map<EGLDisplay, int> mUsers GUARDED_BY(mLock);
 };
 
 }  // namespace android::host

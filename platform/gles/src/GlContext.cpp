@@ -6,11 +6,11 @@
 #include <GLES2/gl2ext.h>
 #include <host/GraphicBufferPixels.h>
 #include <log/log.h>
+#include <utils/Mutex.h>
 
 #include <algorithm>
 #include <array>
 #include <memory>
-#include <mutex>
 #include <string_view>
 
 #include "Faults.h"
@@ -19,8 +19,8 @@ namespace android::host {
 namespace {
 
 struct Contexts {
-    std::mutex lock;
-    std::map<EGLContext, std::unique_ptr<GlContext>> map;
+    Mutex lock;
+    std::map<EGLContext, std::unique_ptr<GlContext>> map GUARDED_BY(lock);
 };
 
 Contexts& contexts() {
@@ -107,15 +107,17 @@ bool isYuv(const GraphicBuffer& buffer) {
 GlContext* GlContext::current() {
     const EGLContext context = eglGetCurrentContext();
     if (context == EGL_NO_CONTEXT) return nullptr;
-    const std::lock_guard lock(contexts().lock);
-    std::unique_ptr<GlContext>& state = contexts().map[context];
+    Contexts& all = contexts();
+    const Mutex::Autolock lock(all.lock);
+    std::unique_ptr<GlContext>& state = all.map[context];
     if (state == nullptr) state = std::make_unique<GlContext>();
     return state.get();
 }
 
 void GlContext::forget(EGLContext context) {
-    const std::lock_guard lock(contexts().lock);
-    contexts().map.erase(context);
+    Contexts& all = contexts();
+    const Mutex::Autolock lock(all.lock);
+    all.map.erase(context);
 }
 
 GlContext::GlContext() : mHasSixteenBitTextures(hasExtension("GL_EXT_texture_norm16")) {}

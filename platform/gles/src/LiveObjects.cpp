@@ -12,22 +12,22 @@ LiveObjects& LiveObjects::get() {
 }
 
 void LiveObjects::addContext(EGLContext context) {
-    const std::lock_guard lock(mLock);
+    const Mutex::Autolock lock(mLock);
     mContexts[context];
 }
 
 void LiveObjects::removeContext(EGLContext context) {
-    const std::lock_guard lock(mLock);
+    const Mutex::Autolock lock(mLock);
     mContexts.erase(context);
 }
 
 void LiveObjects::addSync(EGLSyncKHR sync) {
-    const std::lock_guard lock(mLock);
+    const Mutex::Autolock lock(mLock);
     mSyncs.insert(sync);
 }
 
 void LiveObjects::removeSync(EGLSyncKHR sync) {
-    const std::lock_guard lock(mLock);
+    const Mutex::Autolock lock(mLock);
     mSyncs.erase(sync);
 }
 
@@ -37,7 +37,7 @@ std::set<GLuint>* LiveObjects::namesOfCurrent(GlObject kind) {
 }
 
 void LiveObjects::add(GlObject kind, std::span<const GLuint> names) {
-    const std::lock_guard lock(mLock);
+    const Mutex::Autolock lock(mLock);
     std::set<GLuint>* living = namesOfCurrent(kind);
     if (living == nullptr) return;
     for (const GLuint name : names) {
@@ -46,7 +46,7 @@ void LiveObjects::add(GlObject kind, std::span<const GLuint> names) {
 }
 
 void LiveObjects::remove(GlObject kind, std::span<const GLuint> names) {
-    const std::lock_guard lock(mLock);
+    const Mutex::Autolock lock(mLock);
     std::set<GLuint>* living = namesOfCurrent(kind);
     if (living == nullptr) return;
     for (const GLuint name : names)
@@ -54,7 +54,7 @@ void LiveObjects::remove(GlObject kind, std::span<const GLuint> names) {
 }
 
 GlesCounts LiveObjects::counts() const {
-    const std::lock_guard lock(mLock);
+    const Mutex::Autolock lock(mLock);
     GlesCounts counts;
     counts.contexts = std::ssize(mContexts);
     counts.syncs = std::ssize(mSyncs);

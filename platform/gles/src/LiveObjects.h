@@ -4,11 +4,11 @@
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
 #include <GLES3/gl32.h>
+#include <utils/Mutex.h>
 
 #include <array>
 #include <cstddef>
 #include <map>
-#include <mutex>
 #include <set>
 #include <span>
 
@@ -38,11 +38,11 @@ public:
 private:
     using Names = std::array<std::set<GLuint>, static_cast<size_t>(GlObject::kCount)>;
 
-    std::set<GLuint>* namesOfCurrent(GlObject kind);
+    std::set<GLuint>* namesOfCurrent(GlObject kind) REQUIRES(mLock);
 
-    mutable std::mutex mLock;
-    std::map<EGLContext, Names> mContexts;
-    std::set<EGLSyncKHR> mSyncs;
+    mutable Mutex mLock;
+    std::map<EGLContext, Names> mContexts GUARDED_BY(mLock);
+    std::set<EGLSyncKHR> mSyncs GUARDED_BY(mLock);
 };
 
 }  // namespace android::host

@@ -12,24 +12,24 @@ NativeImages& NativeImages::get() {
 EGLImageKHR NativeImages::add(const sp<GraphicBuffer>& buffer) {
     auto image = std::make_unique<sp<GraphicBuffer>>(buffer);
     const EGLImageKHR handle = image.get();
-    const std::lock_guard lock(mLock);
+    const Mutex::Autolock lock(mLock);
     mImages.emplace(handle, std::move(image));
     return handle;
 }
 
 bool NativeImages::remove(EGLImageKHR image) {
-    const std::lock_guard lock(mLock);
+    const Mutex::Autolock lock(mLock);
     return mImages.erase(image) != 0;
 }
 
 sp<GraphicBuffer> NativeImages::find(EGLImageKHR image) const {
-    const std::lock_guard lock(mLock);
+    const Mutex::Autolock lock(mLock);
     const auto found = mImages.find(image);
     return found != mImages.end() ? *found->second : nullptr;
 }
 
 int64_t NativeImages::count() const {
-    const std::lock_guard lock(mLock);
+    const Mutex::Autolock lock(mLock);
     return std::ssize(mImages);
 }
 

@@ -4,12 +4,12 @@
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
 #include <ui/GraphicBuffer.h>
+#include <utils/Mutex.h>
 #include <utils/StrongPointer.h>
 
 #include <cstdint>
 #include <map>
 #include <memory>
-#include <mutex>
 
 namespace android::host {
 
@@ -27,9 +27,9 @@ public:
     int64_t count() const;
 
 private:
-    mutable std::mutex mLock;
+    mutable Mutex mLock;
     // A handle is the address where its image holds the buffer: unlike any host image's.
-    std::map<EGLImageKHR, std::unique_ptr<sp<GraphicBuffer>>> mImages;
+    std::map<EGLImageKHR, std::unique_ptr<sp<GraphicBuffer>>> mImages GUARDED_BY(mLock);
 };
 
 }  // namespace android::host

@@ -6,9 +6,8 @@
 #include "LiveCounts.h"
 
 #include <utils/Log.h>
+#include <utils/Mutex.h>
 
-#include <mutex>
-#include <shared_mutex>
 #include <unordered_map>
 #include <utility>
 
@@ -18,8 +17,8 @@ namespace {
 std::atomic<size_t> gRowPadding = 0;
 
 struct Register {
-    std::shared_mutex lock;
-    std::unordered_map<buffer_handle_t, std::shared_ptr<GraphicAllocation>> living;
+    Mutex lock;
+    std::unordered_map<buffer_handle_t, std::shared_ptr<GraphicAllocation>> living GUARDED_BY(lock);
 };
 
 // Never destroyed: buffers may go as late as static objects do.
@@ -83,7 +82,7 @@ status_t allocateGraphics(BufferRequest request, std::shared_ptr<GraphicAllocati
     auto allocation =
         std::make_shared<GraphicAllocation>(std::move(request), *layout, std::move(memory), handle);
     Register& all = theRegister();
-    const std::unique_lock guard(all.lock);
+    const Mutex::Autolock guard(all.lock);
     all.living.emplace(handle, allocation);
     *out = std::move(allocation);
     return OK;
@@ -91,7 +90,7 @@ status_t allocateGraphics(BufferRequest request, std::shared_ptr<GraphicAllocati
 
 std::shared_ptr<GraphicAllocation> findGraphics(buffer_handle_t handle) {
     Register& all = theRegister();
-    const std::shared_lock guard(all.lock);
+    const Mutex::Autolock guard(all.lock);
     const auto found = all.living.find(handle);
     return found == all.living.end() ? nullptr : found->second;
 }
@@ -99,7 +98,7 @@ std::shared_ptr<GraphicAllocation> findGraphics(buffer_handle_t handle) {
 void freeGraphics(buffer_handle_t handle) {
     std::shared_ptr<GraphicAllocation> gone;  // destroyed outside the lock
     Register& all = theRegister();
-    const std::unique_lock guard(all.lock);
+    const Mutex::Autolock guard(all.lock);
     const auto found = all.living.find(handle);
     if (found == all.living.end()) return;
     gone = std::move(found->second);

@@ -10,6 +10,7 @@
 
 namespace cl {
 
+using android::Mutex;
 using android::host::Fault;
 using android::host::FaultInjection;
 
@@ -18,39 +19,41 @@ BandRunner::~BandRunner() {
 }
 
 void BandRunner::setThreads(uint32_t threads) {
-    {
-        const std::lock_guard lock(mLock);
-        mStop = true;
-    }
-    mWake.notify_all();
+    stopHelpers(true);
     for (std::thread& helper : mHelpers)
         helper.join();
     mHelpers.clear();
-    mStop = false;
+    stopHelpers(false);
     mThreads = std::max(threads, 1U);
+}
+
+void BandRunner::stopHelpers(bool stop) {
+    const Mutex::Autolock lock(mLock);
+    mStop = stop;
+    mWake.broadcast();
 }
 
 bool BandRunner::run(uint32_t bands, const Work& work) {
     mNextBand = 0;
     mFailed = false;
     startHelpers();
-    if (mHelpers.empty()) {
-        takeBands(work, bands);
-        return !mFailed;
-    }
-    {
-        const std::lock_guard lock(mLock);
-        mWork = &work;
-        mBands = bands;
-        ++mRun;
-    }
-    mWake.notify_all();
+    if (!mHelpers.empty()) open(work, bands);
     takeBands(work, bands);
-
-    std::unique_lock lock(mLock);
-    mWork = nullptr;
-    mIdle.wait(lock, [this] { return mBusyHelpers == 0; });
+    if (!mHelpers.empty()) close();
     return !mFailed;
+}
+
+void BandRunner::open(const Work& work, uint32_t bands) {
+    const Mutex::Autolock lock(mLock);
+    mRun = {.number = mRun.number + 1, .work = &work, .bands = bands};
+    mWake.broadcast();
+}
+
+void BandRunner::close() {
+    const Mutex::Autolock lock(mLock);
+    mRun.work = nullptr;
+    while (mBusyHelpers != 0)
+        mIdle.wait(mLock);
 }
 
 void BandRunner::startHelpers() {
@@ -64,27 +67,34 @@ void BandRunner::startHelpers() {
 bool BandRunner::startHelper() {
     if (FaultInjection::shouldFail(Fault::ThreadStart)) return false;
     try {
-        mHelpers.emplace_back([this, lastRun = mRun] { help(lastRun); });
+        mHelpers.emplace_back([this] { help(); });
         return true;
     } catch (const std::system_error&) {
         return false;
     }
 }
 
-void BandRunner::help(uint64_t lastRun) {
-    std::unique_lock lock(mLock);
-    while (true) {
-        mWake.wait(lock, [&] { return mStop || (mWork != nullptr && mRun != lastRun); });
-        if (mStop) return;
-        lastRun = mRun;
-        ++mBusyHelpers;
-        const Work* work = mWork;
-        const uint32_t bands = mBands;
-        lock.unlock();
-        takeBands(*work, bands);
-        lock.lock();
-        if (--mBusyHelpers == 0) mIdle.notify_one();
+void BandRunner::help() {
+    Run run;
+    while (join(&run)) {
+        takeBands(*run.work, run.bands);
+        leave();
     }
+}
+
+bool BandRunner::join(Run* run) {
+    const Mutex::Autolock lock(mLock);
+    while (!mStop && (mRun.work == nullptr || mRun.number == run->number))
+        mWake.wait(mLock);
+    if (mStop) return false;
+    *run = mRun;
+    ++mBusyHelpers;
+    return true;
+}
+
+void BandRunner::leave() {
+    const Mutex::Autolock lock(mLock);
+    if (--mBusyHelpers == 0) mIdle.signal();
 }
 
 void BandRunner::takeBands(const Work& work, uint32_t bands) {

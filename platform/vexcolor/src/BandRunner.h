@@ -1,12 +1,13 @@
 // BandRunner: spreads the bands of one frame over a few threads.
 #pragma once
 
+#include <utils/Condition.h>
+#include <utils/Mutex.h>
+
 #include <atomic>
-#include <condition_variable>
 #include <cstddef>
 #include <cstdint>
 #include <functional>
-#include <mutex>
 #include <thread>
 #include <vector>
 
@@ -37,9 +38,22 @@ public:
     bool run(uint32_t bands, const Work& work);
 
 private:
+    struct Run {
+        uint64_t number = 0;         // so that a helper takes part once in each
+        const Work* work = nullptr;  // null between runs: who wakes late goes back to sleep
+        uint32_t bands = 0;
+    };
+
     void startHelpers();
     bool startHelper();
-    void help(uint64_t lastRun);
+    void stopHelpers(bool stop) EXCLUDES(mLock);
+    // Lets the helpers in, and waits until they are out.
+    void open(const Work& work, uint32_t bands) EXCLUDES(mLock);
+    void close() EXCLUDES(mLock);
+    // A helper's life. join() waits for a run other than the one given; false to end.
+    void help();
+    bool join(Run* run) EXCLUDES(mLock);
+    void leave() EXCLUDES(mLock);
     void takeBands(const Work& work, uint32_t bands);
 
     uint32_t mThreads = 1;
@@ -49,14 +63,12 @@ private:
     std::atomic<uint32_t> mNextBand = 0;
     std::atomic<bool> mFailed = false;
 
-    std::mutex mLock;  // guards what follows
-    std::condition_variable mWake;
-    std::condition_variable mIdle;
-    const Work* mWork = nullptr;  // null between runs: a helper that wakes late goes back to sleep
-    uint32_t mBands = 0;
-    uint64_t mRun = 0;  // counts runs, so that a helper takes part once in each
-    size_t mBusyHelpers = 0;
-    bool mStop = false;
+    android::Mutex mLock;
+    android::Condition mWake;
+    android::Condition mIdle;
+    Run mRun GUARDED_BY(mLock);
+    size_t mBusyHelpers GUARDED_BY(mLock) = 0;
+    bool mStop GUARDED_BY(mLock) = false;
 };
 
 }  // namespace cl

@@ -3,15 +3,16 @@
 
 #include "host/ChipName.h"
 
-#include <mutex>
+#include <utils/Mutex.h>
+
 #include <utility>
 
 namespace android {
 namespace {
 
 struct Answer {
-    std::mutex lock;
-    std::string name = host::kDefaultChipName;
+    Mutex lock;
+    std::string name GUARDED_BY(lock) = host::kDefaultChipName;
 };
 
 Answer& theAnswer() {
@@ -23,13 +24,13 @@ Answer& theAnswer() {
 
 std::string ChipVendor::getChipName() {
     Answer& answer = theAnswer();
-    const std::lock_guard guard(answer.lock);
+    const Mutex::Autolock guard(answer.lock);
     return answer.name;
 }
 
 void host::setChipName(std::string name) {
     Answer& answer = theAnswer();
-    const std::lock_guard guard(answer.lock);
+    const Mutex::Autolock guard(answer.lock);
     answer.name = std::move(name);
 }
 

@@ -45,19 +45,6 @@ public:
     static sp make(Args&&... args) {
         return sp(new T(std::forward<Args>(args)...));
     }
-    // A further share of an object that is already held by an sp.
-    static sp fromExisting(T* object) { return sp(object); }
-    template <typename U>
-    static sp cast(const sp<U>& other) {
-        return sp(static_cast<T*>(other.get()));
-    }
-
-    template <typename U>
-    static sp cast(sp<U>&& other) {
-        sp result;
-        result.mObject = static_cast<T*>(std::exchange(other.mObject, nullptr));
-        return result;
-    }
 
     void clear() { sp().swap(*this); }
     void swap(sp& other) noexcept { std::swap(mObject, other.mObject); }
