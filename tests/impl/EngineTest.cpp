@@ -6,7 +6,7 @@
 #include <cstring>
 #include <functional>
 
-#include "support/GraphicFrames.h"
+#include <kit/Frames.h>
 #include "support/LogCapture.h"
 #include "support/TestStage.h"
 #include "support/VexcolorPath.h"
@@ -16,8 +16,8 @@ namespace android {
 namespace {
 
 using plexa::formatOf;
-using plexa::graphicFrame;
 using plexa::LogCapture;
+using plexa::newFrame;
 using plexa::fake_vexcolor::calls;
 using plexa::fake_vexcolor::refuse;
 using testing::ElementsAre;
@@ -79,9 +79,9 @@ protected:
     }
 
     const sp<APipeBuffer> mFrame =
-        graphicFrame(APipeBuffer::Nv12Venus, HAL_PIXEL_FORMAT_YCbCr_420_SP_VENUS, 64, 48);
+        newFrame({APipeBuffer::Nv12Venus, APipeBuffer::GraphicMemory, 64, 48});
     const sp<APipeBuffer> mOther =
-        graphicFrame(APipeBuffer::Nv12Venus, HAL_PIXEL_FORMAT_YCbCr_420_SP_VENUS, 64, 48);
+        newFrame({APipeBuffer::Nv12Venus, APipeBuffer::GraphicMemory, 64, 48});
 };
 
 TEST_F(EngineTest, FactoriesMakeWhatTheyKnow) {
@@ -223,7 +223,7 @@ TEST_F(EngineTest, OnlyGraphicsMemoryReachesTheLibrary) {
     APipeCLConverter converter;
     for (const bool ready : {false, true}) {
         const LogCapture log;
-        const sp<APipeBuffer> local = plexa::localBuffer();
+        const sp<APipeBuffer> local = newFrame();
         const sp<APipeBuffer> pairs[][2] = {
             {local, mFrame}, {mFrame, local}, {nullptr, mFrame}, {mFrame, nullptr}};
         for (const auto& [input, output] : pairs) {

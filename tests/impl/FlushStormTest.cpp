@@ -19,9 +19,9 @@
 #include <mutex>
 #include <random>
 
+#include <kit/Deadline.h>
+#include <kit/Frames.h>
 #include "support/CallHandler.h"
-#include "support/Deadline.h"
-#include "support/GraphicFrames.h"
 #include "support/LogCapture.h"
 #include "support/TestStage.h"
 
@@ -59,8 +59,9 @@ std::vector<uint8_t> rowOf(int stamp, int width, int step) {
     return row;
 }
 
-sp<APipeBuffer> newFrame(APipeBuffer::ColorFormat format, int32_t halFormat, int shrunkBy) {
-    return graphicFrame(format, halFormat, kWidth / shrunkBy, kHeight / shrunkBy);
+sp<APipeBuffer> newFrame(APipeBuffer::ColorFormat format, int shrunkBy) {
+    return kit::newFrame(
+        {format, APipeBuffer::GraphicMemory, kWidth / shrunkBy, kHeight / shrunkBy});
 }
 
 // Calls visit(row, bytes of a row) for the rows of both planes.
@@ -75,11 +76,10 @@ void forEachRow(const sp<APipeBuffer>& frame, Visit visit) {
 }
 
 sp<APipeBuffer> stampedFrame(int stamp) {
-    const auto linear = newFrame(APipeBuffer::Nv12Venus, HAL_PIXEL_FORMAT_YCbCr_420_SP_VENUS, 1);
+    const auto linear = newFrame(APipeBuffer::Nv12Venus, 1);
     const auto row = rowOf(stamp, kWidth, 4);
     forEachRow(linear, [&](uint8_t* to) { std::memcpy(to, row.data(), row.size()); });
-    const auto packed =
-        newFrame(APipeBuffer::Nv12Ubwc, HAL_PIXEL_FORMAT_YCbCr_420_SP_COMPRESSED, 1);
+    const auto packed = newFrame(APipeBuffer::Nv12Ubwc, 1);
     const sp<AMessage> formats = new AMessage;
     formats->setMessage("src", formatOf(APipeBuffer::Nv12Venus, kWidth, kHeight));
     formats->setMessage("dst", formatOf(APipeBuffer::Nv12Ubwc, kWidth, kHeight));
@@ -107,8 +107,7 @@ public:
         for (int id = 0; id < kInputs; ++id)
             mInputs.push_back({stampedFrame(id)});
         for (int id = 0; id < kOutputs; ++id)
-            mOutputs.push_back(
-                {newFrame(APipeBuffer::Nv12Venus, HAL_PIXEL_FORMAT_YCbCr_420_SP_VENUS, 2)});
+            mOutputs.push_back({newFrame(APipeBuffer::Nv12Venus, 2)});
         mScale = new APipeScale(nullptr, new AMessage(0, mHandler));
         mDecompress = new APipeDecompress(mScale, new AMessage(0, mHandler));
         mScale->setItemGenerator(new APipeItemGenerator("scale"));
@@ -163,7 +162,7 @@ private:
     template <typename Condition>
     bool waitUntil(Condition condition) {
         std::unique_lock lock(mLock);
-        return mChanged.wait_for(lock, kTestDeadline, [&] { return condition() || mHasFailed; }) &&
+        return mChanged.wait_for(lock, kit::kDeadline, [&] { return condition() || mHasFailed; }) &&
                !mHasFailed;
     }
 

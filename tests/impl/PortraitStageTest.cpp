@@ -20,9 +20,8 @@ constexpr uint8_t kDark = 20, kBright = 220;
 
 // A buffer whose right half is bright.
 sp<APipeBuffer> newBuffer(int32_t id, int width = kWidth) {
-    sp<APipeBuffer> buffer = APipeBufferFactory::Create(
-        APipeBuffer::Yuv420p, width, kHeight, nullptr, nullptr, APipeBuffer::LocalMemory, -1, -1);
-    EXPECT_EQ(buffer->init(), OK);
+    const sp<APipeBuffer> buffer =
+        kit::newFrame({APipeBuffer::Yuv420p, APipeBuffer::LocalMemory, width, kHeight});
     std::memset(buffer->getLocalBuffer()->data(), 128, buffer->getLocalBuffer()->size());
     const Picture picture = Picture::of(buffer);
     for (int y = 0; y < kHeight; ++y) {

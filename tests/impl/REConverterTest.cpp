@@ -8,7 +8,7 @@
 #include <memory>
 #include <string>
 
-#include "support/GraphicFrames.h"
+#include <kit/Frames.h>
 #include "support/LogCapture.h"
 #include "support/fake_vexcapture/FakeVexcapture.h"
 
@@ -54,9 +54,9 @@ protected:
     LogCapture mLog;
     std::shared_ptr<APipeConverter> mConverter;
     const sp<APipeBuffer> mInput =
-        graphicFrame(APipeBuffer::Nv12, HAL_PIXEL_FORMAT_YCbCr_420_SP, 320, 240);
+        plexa::kit::newFrame({APipeBuffer::Nv12, APipeBuffer::GraphicMemory, 320, 240});
     const sp<APipeBuffer> mOutput =
-        graphicFrame(APipeBuffer::Rgba8888, HAL_PIXEL_FORMAT_RGBA_8888, 64, 48);
+        plexa::kit::newFrame({APipeBuffer::Rgba8888, APipeBuffer::GraphicMemory, 64, 48});
 };
 
 TEST_F(REConverterTest, InitPassesTheLibrarysStatusAndKeepsItsObject) {

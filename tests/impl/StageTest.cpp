@@ -3,7 +3,7 @@
 #include <APipeScale.h>
 #include <gmock/gmock.h>
 
-#include "support/GraphicFrames.h"
+#include <kit/Frames.h>
 #include "support/ScheduledTest.h"
 #include "support/fake_vexcolor/FakeVexcolor.h"
 
@@ -11,7 +11,7 @@ namespace android {
 namespace {
 
 using plexa::formatOf;
-using plexa::graphicFrame;
+using plexa::newFrame;
 using plexa::TestStage;
 using plexa::fake_vexcolor::calls;
 using plexa::fake_vexcolor::refuse;
@@ -52,11 +52,10 @@ protected:
 
     sp<APipeItem> frames(int32_t inputId, int32_t outputId, int64_t timeUs) {
         const sp<APipeItem> item = new APipeItem;
-        item->mInput =
-            graphicFrame(APipeBuffer::Tp10Ubwc, HAL_PIXEL_FORMAT_YCbCr_420_TP10_COMPRESSED, 64, 48);
+        item->mInput = newFrame({APipeBuffer::Tp10Ubwc, APipeBuffer::GraphicMemory, 64, 48});
         item->mInput->getMeta()->setInt32("bufferId", inputId);
         item->mInput->getMeta()->setInt64("timeUs", timeUs);
-        item->mOutput = graphicFrame(APipeBuffer::P010, HAL_PIXEL_FORMAT_YCBCR_P010, 32, 24);
+        item->mOutput = newFrame({APipeBuffer::P010, APipeBuffer::GraphicMemory, 32, 24});
         item->mOutput->getMeta()->setInt32("bufferId", outputId);
         return item;
     }

@@ -16,13 +16,13 @@
 #include <sys/resource.h>
 
 #include "support/CallHandler.h"
-#include "support/Deadline.h"
+#include <kit/Deadline.h>
 #include "support/LogCapture.h"
 
 namespace android {
 namespace {
 
-using plexa::Awaited;
+using plexa::kit::Awaited;
 using plexa::CallHandler;
 
 size_t threadsOfProcess() {
@@ -54,7 +54,7 @@ class LooperTest : public testing::Test {
 protected:
     // No test leaves a thread or a message behind.
     ~LooperTest() override {
-        EXPECT_TRUE(plexa::eventually([this] { return threadsOfProcess() <= mThreadsBefore; }));
+        EXPECT_TRUE(plexa::kit::eventually([this] { return threadsOfProcess() <= mThreadsBefore; }));
         EXPECT_EQ(mAlive, 0);
     }
 
@@ -267,7 +267,7 @@ TEST_F(LooperTest, LastReferencesMayFallInsideAMessage) {
         messages.clear();
         ASSERT_TRUE(mDone.waitUntil(kTrue));
         EXPECT_EQ(weak.promote(), nullptr);
-        EXPECT_TRUE(plexa::eventually([&] { return alive == 0; }));
+        EXPECT_TRUE(plexa::kit::eventually([&] { return alive == 0; }));
         EXPECT_EQ(handled, 1);
         EXPECT_EQ(mLog.count(ANDROID_LOG_WARN, "AMessage", "dropped: its target"), 0U);
     }

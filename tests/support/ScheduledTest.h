@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "support/ClientHandler.h"
+#include <kit/ClientHandler.h>
 #include "support/LogCapture.h"
 #include "support/TestStage.h"
 

@@ -1,8 +1,8 @@
-// TestStage: a stage whose work and hooks a test decides, and the buffers to queue into it.
+// TestStage: a stage whose work and hooks a test decides; what to queue into it is the kit's.
 #pragma once
 
 #include <APipe.h>
-#include <APipeBufferFactory.h>
+#include <kit/Frames.h>
 
 #include <atomic>
 #include <cstdint>
@@ -13,46 +13,11 @@
 
 namespace plexa {
 
+using namespace kit;
+
+// Of the kit's frames, unless told otherwise.
 inline constexpr int kFrameWidth = 16;
 inline constexpr int kFrameHeight = 8;
-
-inline android::sp<android::AMessage> formatOf(int32_t colorFormat, int32_t width, int32_t height) {
-    android::sp<android::AMessage> format = new android::AMessage;
-    format->setInt32("colorformat", colorFormat);
-    format->setInt32("width", width);
-    format->setInt32("height", height);
-    return format;
-}
-
-inline android::sp<android::APipeBuffer> localBuffer() {
-    using android::APipeBuffer;
-    android::sp<APipeBuffer> buffer =
-        android::APipeBufferFactory::Create(APipeBuffer::Nv12, kFrameWidth, kFrameHeight, nullptr,
-                                            nullptr, APipeBuffer::LocalMemory, -1, -1);
-    return buffer->init() == android::OK ? buffer : nullptr;
-}
-
-// A client's input and output; each is told by its id.
-inline android::sp<android::APipeItem> inputItem(int32_t bufferId, int64_t timeUs) {
-    android::sp<android::APipeItem> item = new android::APipeItem;
-    item->mInput = localBuffer();
-    item->mInput->getMeta()->setInt32("bufferId", bufferId);
-    item->mInput->getMeta()->setInt64("timeUs", timeUs);
-    return item;
-}
-
-inline android::sp<android::APipeItem> outputItem(int32_t bufferId) {
-    android::sp<android::APipeItem> item = new android::APipeItem;
-    item->mOutput = localBuffer();
-    item->mOutput->getMeta()->setInt32("bufferId", bufferId);
-    return item;
-}
-
-inline android::sp<android::APipeItem> pairItem(int32_t inputId, int32_t outputId, int64_t timeUs) {
-    android::sp<android::APipeItem> item = inputItem(inputId, timeUs);
-    item->mOutput = outputItem(outputId)->mOutput;
-    return item;
-}
 
 struct TestGenerator : public android::APipeItemGenerator {
     using APipeItemGenerator::APipeItemGenerator;

@@ -35,7 +35,7 @@ status_t ALooper::start(bool runOnCallingThread, bool /*canCallJava*/, int32_t p
         if (isRunning()) return INVALID_OPERATION;
         finishDriver();
         mQueue->start();
-        if (const auto loop = host::ScheduledLoop::attach(mQueue)) {
+        if (const auto loop = host::ScheduledLoop::attach(mQueue, mName)) {
             setDriver(loop);
             return OK;
         }

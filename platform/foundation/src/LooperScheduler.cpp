@@ -1,4 +1,4 @@
-// The seeded choice among loopers that have a message due.
+// The choice among loopers that have a message due.
 #define LOG_TAG "LooperScheduler"
 
 #include "ScheduledLoop.h"
@@ -7,11 +7,18 @@
 #include <log/log.h>
 
 #include <algorithm>
+#include <random>
+#include <utility>
 
 namespace android::host {
 
 LooperScheduler::LooperScheduler(uint64_t seed)
-    : mSeed(seed), mRandom(seed), mLoops(sp<ScheduledLoops>::make()) {
+    : LooperScheduler([random = std::mt19937_64(seed)](const std::vector<Due>& due) mutable {
+          return random() % due.size();
+      }) {}
+
+LooperScheduler::LooperScheduler(Choose choose)
+    : mChoose(std::move(choose)), mLoops(sp<ScheduledLoops>::make()) {
     ScheduledLoops* before = ScheduledLoops::installed.exchange(mLoops.get());
     LOG_ALWAYS_FATAL_IF(before != nullptr, "two schedulers at a time");
 }
@@ -26,11 +33,15 @@ int64_t LooperScheduler::nowUs() const {
 
 bool LooperScheduler::runOne() {
     LOG_ALWAYS_FATAL_IF(mLoops->current != nullptr, "runOne() from within a message");
+    mDueLoops.clear();
     mDue.clear();
-    std::copy_if(mLoops->loops.begin(), mLoops->loops.end(), std::back_inserter(mDue),
-                 [now = nowUs()](ScheduledLoop* loop) { return loop->nextDueUs() <= now; });
+    for (ScheduledLoop* loop : mLoops->loops) {
+        if (loop->nextDueUs() > nowUs()) continue;
+        mDueLoops.push_back(loop);
+        mDue.push_back({loop->number(), loop->name()});
+    }
     if (mDue.empty()) return false;
-    const sp<ScheduledLoop> chosen(mDue[mRandom() % mDue.size()]);
+    const sp<ScheduledLoop> chosen(mDueLoops[mChoose(mDue)]);
     chosen->handleNext();
     return true;
 }

@@ -13,16 +13,17 @@ std::optional<int64_t> ScheduledLoop::virtualNowUs() {
     return loops->nowUs.load(std::memory_order_relaxed);
 }
 
-sp<ScheduledLoop> ScheduledLoop::attach(const sp<MessageQueue>& queue) {
+sp<ScheduledLoop> ScheduledLoop::attach(const sp<MessageQueue>& queue, const std::string& name) {
     ScheduledLoops* loops = ScheduledLoops::installed.load(std::memory_order_acquire);
     if (loops == nullptr) return nullptr;
-    auto loop = sp<ScheduledLoop>::make(queue, loops);
+    auto loop = sp<ScheduledLoop>::make(queue, name, loops);
     loops->loops.push_back(loop.get());
     return loop;
 }
 
-ScheduledLoop::ScheduledLoop(const sp<MessageQueue>& queue, ScheduledLoops* loops)
-    : mQueue(queue), mLoops(loops) {}
+ScheduledLoop::ScheduledLoop(const sp<MessageQueue>& queue, const std::string& name,
+                             ScheduledLoops* loops)
+    : mQueue(queue), mName(name), mLoops(loops), mNumber(loops->started++) {}
 
 void ScheduledLoop::handleNext() {
     mLoops->current = this;

@@ -8,6 +8,7 @@
 
 #include <cstdint>
 #include <optional>
+#include <string>
 #include <vector>
 
 namespace android::host {
@@ -23,6 +24,7 @@ public:
 
     std::atomic<int64_t> nowUs{kStartUs};
     std::vector<ScheduledLoop*> loops;  // in the order of their start
+    uint64_t started = 0;
     const ScheduledLoop* current = nullptr;
 
     // The loops of the installed scheduler, null without one.
@@ -35,10 +37,12 @@ public:
     // The scheduler's time, nothing when no scheduler is installed.
     static std::optional<int64_t> virtualNowUs();
     // A driver for the queue, null when no scheduler is installed.
-    static sp<ScheduledLoop> attach(const sp<MessageQueue>& queue);
+    static sp<ScheduledLoop> attach(const sp<MessageQueue>& queue, const std::string& name);
 
-    ScheduledLoop(const sp<MessageQueue>& queue, ScheduledLoops* loops);
+    ScheduledLoop(const sp<MessageQueue>& queue, const std::string& name, ScheduledLoops* loops);
 
+    uint64_t number() const { return mNumber; }
+    const std::string& name() const { return mName; }
     int64_t nextDueUs() { return mQueue->nextDueUs(); }
     void handleNext();
 
@@ -52,7 +56,9 @@ private:
     void end();
 
     const sp<MessageQueue> mQueue;
+    const std::string mName;
     const sp<ScheduledLoops> mLoops;
+    const uint64_t mNumber;
 };
 
 }  // namespace android::host

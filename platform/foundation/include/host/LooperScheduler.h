@@ -1,11 +1,12 @@
-// LooperScheduler: runs all loopers of a test, one message at a time, in an order drawn by a seed.
+// LooperScheduler: runs all loopers of a test, one message at a time, in an order that is drawn.
 #pragma once
 
 #include <utils/StrongPointer.h>
 
 #include <cstddef>
 #include <cstdint>
-#include <random>
+#include <functional>
+#include <string_view>
 #include <vector>
 
 namespace android::host {
@@ -15,18 +16,27 @@ class ScheduledLoops;
 
 // While it exists, ALooper::start() makes no thread but attaches to it, and ALooper::GetNowUs() is
 // its clock, which moves only when told. Whenever several loopers have a message due, a number
-// drawn from its seed names the one that goes on; each looper keeps its own order. The same seed
-// and the same program give the same run, so print it when a test fails. One at a time; loopers
-// that were started before it keep their threads, those that outlive it never run again.
+// drawn from its seed, or a function, names the one that goes on; each looper keeps its own order.
+// The same seed and the same program give the same run, so print it when a test fails. One at a
+// time; loopers that were started before it keep their threads, those that outlive it never run
+// again.
 // Threading: bound to the thread that creates it, and so is all that its loopers run.
 class LooperScheduler {
 public:
+    // A looper with a message due. Numbers count the starts of loopers from 0.
+    struct Due {
+        uint64_t number;
+        std::string_view name;  // valid while the function runs that is asked
+    };
+    // The index of the one that goes on, of at least one.
+    using Choose = std::function<size_t(const std::vector<Due>& due)>;
+
     explicit LooperScheduler(uint64_t seed);
+    explicit LooperScheduler(Choose choose);
     ~LooperScheduler();
     LooperScheduler(const LooperScheduler&) = delete;
     LooperScheduler& operator=(const LooperScheduler&) = delete;
 
-    uint64_t seed() const { return mSeed; }
     int64_t nowUs() const;
 
     // Handles one message of one looper; false when none is due. Not from within a message.
@@ -39,10 +49,11 @@ public:
     bool advanceToNext();
 
 private:
-    const uint64_t mSeed;
-    std::mt19937_64 mRandom;
+    const Choose mChoose;
     const sp<ScheduledLoops> mLoops;
-    std::vector<ScheduledLoop*> mDue;  // of use within runOne() only
+    // Of use within runOne() only.
+    std::vector<ScheduledLoop*> mDueLoops;
+    std::vector<Due> mDue;
 };
 
 }  // namespace android::host

@@ -1,27 +1,31 @@
-// ChainActor: a random chain and what its client's threads do to it.
+// Actor: the chain of a story, and what its client's threads do to it.
 #pragma once
+
+#include <kit/Client.h>
+#include <kit/ClientHandler.h>
+#include <kit/Witness.h>
+#include "Story.h"
 
 #include <atomic>
 #include <memory>
 #include <mutex>
+#include <string>
 #include <vector>
 
-#include "ChainClient.h"
-#include "ChainPlan.h"
-#include "ChainStage.h"
-#include "ChainWitness.h"
-#include "support/ClientHandler.h"
+#include "NeighbourStage.h"
+#include "Setting.h"
 
-namespace plexa {
+namespace plexa::kit {
 
 // Threading: act() may be called on several threads; init, flush and release go one after another.
-// The rest belongs to the test's thread.
-class ChainActor {
+// The rest belongs to the thread that makes it.
+class Actor {
 public:
     // With one client the frames have to come in the order of their queueing, where generators keep
-    // it.
-    ChainActor(const ChainPlan& plan, const std::shared_ptr<ChainWitness>& witness, bool oneClient);
-    ~ChainActor();
+    // it. `rest` runs the chain until a completion notice has come.
+    Actor(const Setting& setting, const Story& story, const std::shared_ptr<Witness>& witness,
+          bool oneClient);
+    ~Actor();
 
     // Every act but Act::Run.
     void act(const Op& op);
@@ -30,7 +34,7 @@ public:
     // Calls it; its notice is expected if the chain's loop takes the message.
     void flush();
     void release();
-    // Clears what plans arm, so that a fresh frame has to come through.
+    // Clears what stories arm, so that a fresh frame has to come through.
     void calm();
     // Queues the parts of one frame, wherever the chain wants them.
     void queueWholeFrame();
@@ -40,39 +44,53 @@ public:
 
     // The chain runs, and no act so far may leave a frame or a pool's buffer on the way for good.
     bool mustFlow() const;
-    ChainClient& client() { return *mClient; }
-    const std::vector<android::sp<ModelStage>>& stages() const { return mStages; }
+    // Whether every buffer of each stage's pool is free. For a chain at rest.
+    bool poolsAreWhole() const;
+    // What the chain says of itself.
+    std::string stateText() const;
+    // As the system has them.
+    std::vector<std::string> threadNames() const;
+    Client& client() { return *mClient; }
 
 private:
     enum class Loop { None, Running, Releasing };
 
+    void makeChain(const Story& story);
     android::status_t queue(size_t stage, const android::sp<android::APipeItem>& item);
+    void settle(const Client::Claim& claim, android::status_t status);
     void queueInput(uint32_t arg);
     void queueSubInput(size_t stage, int64_t frame);
     void queueMetadata(size_t stage, int64_t frame);
     void queueMalformed(uint32_t arg);
     void queueWithoutId(bool asOutput);
+    void queueWithoutPixels();
     void queueBoth();
     void queueUntimed();
     void setRanges();
-    void setParameter(uint32_t arg);
+    void setParameter(size_t stage, uint32_t arg);
+    void setPaused(size_t stage, bool paused);
+    void failEngine(size_t stage);
     void failSystem(uint32_t arg);
     bool mayQueueInto(size_t stage, uint32_t arg);
-    // The portrait stage that `arg` draws, and the frame whose part it is to get next.
+    // The stage that pairs parts that `arg` draws, and the frame whose part it is to get next.
     bool drawPart(std::vector<std::atomic<int64_t>>& next, uint32_t arg, size_t* stage,
                   int64_t* frame);
-    bool isPortrait(size_t stage) const;
+    bool asPairs() const;
+    std::string nameOf(size_t stage) const;
+    void tell(const std::string& deed) { mWitness->tell(deed); }
 
-    const ChainPlan& mPlan;
-    const std::shared_ptr<ChainWitness> mWitness;
-    const std::shared_ptr<ChainClient> mClient;
+    const Setting& mSetting;
+    const Story& mStory;
+    const std::shared_ptr<Witness> mWitness;
+    const std::shared_ptr<Client> mClient;
     std::atomic<bool> mHeardError = false;
     const android::sp<ClientHandler> mHandler;
-    std::vector<android::sp<ModelStage>> mStages;
+    std::vector<android::sp<android::APipe>> mStages;
+    std::vector<android::sp<NeighbourStage>> mNeighbours;  // null where a given stage is
     std::mutex mControl;
     Loop mLoop = Loop::None;  // guarded by mControl
     std::vector<std::atomic<int64_t>> mNextSubInput, mNextMetadata;
     std::atomic<bool> mSteady = true;
 };
 
-}  // namespace plexa
+}  // namespace plexa::kit

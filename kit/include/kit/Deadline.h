@@ -1,4 +1,4 @@
-// Waiting in tests: until a condition holds, or a deadline has passed.
+// Deadline: waiting until a condition holds, or a deadline has passed.
 #pragma once
 
 #include <chrono>
@@ -7,15 +7,15 @@
 #include <thread>
 #include <utility>
 
-namespace plexa {
+namespace plexa::kit {
 
-// Long enough for the slowest machine under a sanitizer; only a failing test ever waits so long.
-inline constexpr std::chrono::seconds kTestDeadline{30};
+/// Long enough for the slowest machine under a sanitizer; only what has failed waits so long.
+inline constexpr std::chrono::seconds kDeadline{30};
 
-// For conditions that nobody announces: looks again and again. False after the deadline.
+/// For conditions that nobody announces: looks again and again. False after the deadline.
 template <typename Condition>
 [[nodiscard]] bool eventually(Condition condition) {
-    const auto end = std::chrono::steady_clock::now() + kTestDeadline;
+    const auto end = std::chrono::steady_clock::now() + kDeadline;
     while (!condition()) {
         if (std::chrono::steady_clock::now() > end) return false;
         std::this_thread::yield();
@@ -23,14 +23,15 @@ template <typename Condition>
     return true;
 }
 
-// A value that threads change and a test waits for.
-// Threading: thread-safe.
+/// A value that threads change and someone waits for.
+///
+/// Threading: thread-safe.
 template <typename T>
 class Awaited {
 public:
     explicit Awaited(T initial = T()) : mValue(std::move(initial)) {}
 
-    // Changes the value and wakes who waits for it.
+    /// Changes the value and wakes who waits for it.
     template <typename Change>
     void update(Change change) {
         const std::lock_guard lock(mLock);
@@ -44,11 +45,11 @@ public:
         const std::lock_guard lock(mLock);
         return mValue;
     }
-    // Waits until the condition holds for the value. False after the deadline.
+    /// Waits until the condition holds for the value. False after the deadline.
     template <typename Condition>
     [[nodiscard]] bool waitUntil(Condition condition) const {
         std::unique_lock lock(mLock);
-        return mChanged.wait_for(lock, kTestDeadline, [&] { return condition(mValue); });
+        return mChanged.wait_for(lock, kDeadline, [&] { return condition(mValue); });
     }
 
 private:
@@ -57,4 +58,4 @@ private:
     T mValue;  // guarded by mLock
 };
 
-}  // namespace plexa
+}  // namespace plexa::kit

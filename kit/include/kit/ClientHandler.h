@@ -1,4 +1,4 @@
-// ClientHandler: a chain's client, which keeps the notices that it hears and lets a test wait for
+// ClientHandler: a chain's client, which keeps the notices that it hears and lets others wait for
 // them.
 #pragma once
 
@@ -12,15 +12,16 @@
 #include <utility>
 #include <vector>
 
-#include "support/Deadline.h"
+#include "kit/Deadline.h"
 
-namespace plexa {
+namespace plexa::kit {
 
-// Hears notices on a looper of its own, which a LooperScheduler takes over if there is one.
-// Threading: thread-safe.
+/// Hears notices on a looper of its own, which a scheduler takes over if there is one.
+///
+/// Threading: thread-safe.
 class ClientHandler : public android::AHandler {
 public:
-    // The fields that a notice does not have keep these values.
+    /// The fields that a notice does not have keep these values.
     struct Notice {
         int32_t what = 0;
         int32_t bufferId = -100;
@@ -32,7 +33,7 @@ public:
     };
     using Listener = std::function<void(const Notice&)>;
 
-    // `listener` is called with each notice, on the client's looper, before the notice is kept.
+    /// `listener` is called with each notice, on the client's looper, before the notice is kept.
     static android::sp<ClientHandler> create(Listener listener = nullptr) {
         android::sp<ClientHandler> client = new ClientHandler(std::move(listener));
         client->mLooper->start();
@@ -40,7 +41,7 @@ public:
         return client;
     }
 
-    // What the constructor of a stage takes. Each notice is a copy of it, "tag" included.
+    /// What the constructor of a stage takes. Each notice is a copy of it, "tag" included.
     android::sp<android::AMessage> notify() const {
         android::sp<android::AMessage> message = new android::AMessage(kNoticeWhat, this);
         message->setInt32("tag", kTag);
@@ -49,7 +50,7 @@ public:
 
     std::vector<Notice> notices() const { return mNotices.get(); }
     size_t count(int32_t what) const { return countIn(mNotices.get(), what); }
-    // The ids of the buffers that came home in such notices, in that order.
+    /// The ids of the buffers that came home in such notices, in that order.
     std::vector<int32_t> bufferIds(int32_t what) const {
         std::vector<int32_t> ids;
         for (const Notice& notice : mNotices.get()) {
@@ -57,13 +58,13 @@ public:
         }
         return ids;
     }
-    // On real threads only. False after the deadline.
+    /// On real threads only. False after the deadline.
     [[nodiscard]] bool waitFor(int32_t what, size_t count = 1) const {
         return mNotices.waitUntil([&](const auto& all) { return countIn(all, what) >= count; });
     }
     void forget() { mNotices.set({}); }
 
-    // Hears nothing any more once this returns. For a test thread.
+    /// Hears nothing any more once this returns. Not for its own looper.
     void stop() { mLooper->stop(); }
 
 protected:
@@ -100,4 +101,4 @@ private:
     Awaited<std::vector<Notice>> mNotices;
 };
 
-}  // namespace plexa
+}  // namespace plexa::kit

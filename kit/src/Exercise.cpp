@@ -1,0 +1,213 @@
+// Many lives, in processes of their own.
+#include <kit/Exercise.h>
+
+#include <algorithm>
+#include <iterator>
+#include <sstream>
+
+#include "ChildProcess.h"
+#include "Life.h"
+
+namespace plexa::kit {
+
+namespace {
+
+using std::chrono::milliseconds;
+
+// How much longer than one message a life on threads may take.
+constexpr int kThreadPatience = 20;
+// While a story that hangs is shrunk, each try that hangs costs this.
+constexpr milliseconds kShrinkPatience{150};
+constexpr int kMostClients = 3;
+constexpr char kSeparator = '\x1f';
+
+std::vector<std::string> namesOf(const std::vector<StageSpec>& stages) {
+    std::vector<std::string> names;
+    std::ranges::transform(stages, std::back_inserter(names), &StageSpec::name);
+    return names;
+}
+
+std::string withoutLoop(const std::string& looper) {
+    return looper.substr(0, looper.find("_Looper"));
+}
+
+// One exercise: what the parent asks of its children, and what they answer.
+class Exercise {
+public:
+    Exercise(const std::vector<StageSpec>& stages, const ExerciseOptions& options)
+        : mStages(stages), mOptions(options) {}
+
+    ExerciseReport run() {
+        const auto end = inChild(mOptions.deadline * (mOptions.threads ? kThreadPatience : 1),
+                                 [this] { liveAll(); });
+        if (end == ChildEnd::Done) return answered();
+        if (mPulse.seed == 0) return failedAlone(end);
+        ExerciseReport report = ended(end, drawStory(mPulse.seed, mCastOfAll));
+        if (!mOptions.threads) shrinkEnded(&report);
+        return report;
+    }
+
+private:
+    ChildEnd inChild(milliseconds patience, const std::function<void()>& work) {
+        mPulse.seed = 0;
+        return runInChild(mPulse, patience, work, stateOfLife);
+    }
+
+    // --- In the child ---
+
+    Setting setting() const {
+        return mStages.empty() ? Setting::ofNeighbours() : Setting::around(mStages);
+    }
+    LifeReport live(const Setting& setting, const Story& story) const {
+        mPulse.story.set("");
+        if (!mOptions.threads) return liveOnScheduler(setting, story);
+        Pulse::beat("");
+        return liveOnThreads(setting, story, 1 + static_cast<int>(story.seed % kMostClients));
+    }
+    void liveAll() const {
+        const Setting around = setting();
+        ExerciseReport report;
+        if (around.given.size() != mStages.size()) {
+            report.found = true;
+            report.promise = "R-NOTICE";
+            report.what = "the stages take no format that is known, by themselves";
+            return answer(report);
+        }
+        if (!mStages.empty() && around.digests.empty())
+            report.note = "pictures were not compared: what becomes of a frame varies";
+        const Cast cast = around.cast(mOptions.faults);
+        for (uint64_t life = 0; life < mOptions.lives && !report.found; ++life) {
+            mPulse.seed = mOptions.seed + life;
+            const Story story = drawStory(mOptions.seed + life, cast);
+            const LifeReport lived = live(around, story);
+            ++report.lives;
+            report.frames += lived.frames;
+            if (lived.finding) tell(&report, around, story, lived);
+        }
+        answer(report);
+    }
+    void tell(ExerciseReport* report, const Setting& around, const Story& story,
+              const LifeReport& lived) const {
+        Story least = story;
+        LifeReport last = lived;
+        if (!mOptions.threads) {
+            const auto fails = [&](const Story& less) {
+                const auto finding = live(around, less).finding;
+                return finding && finding->promise == lived.finding->promise;
+            };
+            least = shrunk(story, fails);
+            last = live(around, least);
+        }
+        if (!last.finding) last = lived;
+        report->found = true;
+        report->promise = last.finding->promise;
+        report->what = last.finding->what;
+        report->chain = chainText(least, namesOf(mStages));
+        report->story = last.story;
+        report->state = last.state;
+        report->seed = story.seed;
+    }
+    void answer(const ExerciseReport& report) const {
+        std::ostringstream text;
+        text << report.found << kSeparator << report.promise << kSeparator << report.what
+             << kSeparator << report.chain << kSeparator << report.story << kSeparator
+             << report.state << kSeparator << report.seed << kSeparator << report.lives
+             << kSeparator << report.frames << kSeparator << report.note << kSeparator;
+        mPulse.result.set(text.str());
+    }
+
+    // --- In the parent ---
+
+    ExerciseReport answered() const {
+        std::istringstream text(mPulse.result.get());
+        const auto next = [&text] {
+            std::string field;
+            std::getline(text, field, kSeparator);
+            return field;
+        };
+        const auto number = [&next] { return std::strtoull(next().c_str(), nullptr, 10); };
+        ExerciseReport report;
+        report.found = number() != 0;
+        report.promise = next();
+        report.what = next();
+        report.chain = next();
+        report.story = next();
+        report.state = next();
+        report.seed = number();
+        report.lives = number();
+        report.frames = number();
+        report.note = next();
+        return report;
+    }
+    // A life that did not get to its report.
+    ExerciseReport ended(ChildEnd end, const Story& story) const {
+        ExerciseReport report;
+        const std::string where = withoutLoop(mPulse.loop.get());
+        const std::string who = where.empty() ? "a call of the client's" : where;
+        report.found = true;
+        report.promise = end == ChildEnd::Hung ? "R-WAIT" : "R-ERROR";
+        report.what = who + (end == ChildEnd::Hung ? " hangs" : " crashes");
+        report.chain = chainText(story, namesOf(mStages));
+        report.story = mPulse.story.get();
+        report.state = mPulse.state.get();
+        report.seed = story.seed;
+        report.lives = story.seed - mOptions.seed + 1;
+        return report;
+    }
+    ExerciseReport failedAlone(ChildEnd end) const {
+        Story alone;
+        ExerciseReport report = ended(end, alone);
+        report.chain.clear();
+        report.story = "the stages by themselves, one frame after the other";
+        report.lives = 0;
+        return report;
+    }
+    void shrinkEnded(ExerciseReport* report) {
+        const auto end = [this](const Story& story, milliseconds patience) {
+            return inChild(patience, [&] {
+                const Setting around = setting();
+                mPulse.seed = story.seed;
+                live(around, story);
+            });
+        };
+        const Story least = shrunk(drawStory(report->seed, mCastOfAll), [&](const Story& story) {
+            return end(story, kShrinkPatience) != ChildEnd::Done;
+        });
+        const ChildEnd last = end(least, mOptions.deadline);
+        if (last == ChildEnd::Done) return;
+        const uint64_t lives = report->lives;
+        *report = ended(last, least);
+        report->lives = lives;
+    }
+
+    const std::vector<StageSpec>& mStages;
+    const ExerciseOptions& mOptions;
+    Cast mCastOfAll;
+    Pulse& mPulse = sharedPulse();
+};
+
+}  // namespace
+
+ExerciseReport exercise(const std::vector<StageSpec>& stages, const ExerciseOptions& options) {
+    return Exercise(stages, options).run();
+}
+
+std::string toText(const ExerciseReport& report, const ExerciseOptions& options) {
+    std::ostringstream text;
+    if (!report.note.empty()) text << "note: " << report.note << "\n";
+    if (!report.found) {
+        text << report.lives << " lives from seed " << options.seed << ", " << report.frames
+             << " frames, 0 findings\n";
+        return text.str();
+    }
+    text << report.promise << " is broken: " << report.what << "\n";
+    if (!report.chain.empty()) text << "chain: " << report.chain << "\n";
+    text << "story: " << report.story << "\n";
+    if (!report.state.empty()) text << report.state << (report.state.ends_with('\n') ? "" : "\n");
+    text << "found in life " << report.lives << "; again with --seed " << report.seed
+         << " --lives 1" << (options.threads ? " --threads" : "")
+         << (options.faults ? " --faults" : "") << "\n";
+    return text.str();
+}
+
+}  // namespace plexa::kit

@@ -1,0 +1,46 @@
+// What is seen in a chain while it lives.
+#include <kit/Witness.h>
+
+#include <algorithm>
+
+#include "Pulse.h"
+
+namespace plexa::kit {
+
+Pulse* Pulse::installed = nullptr;
+
+void Witness::complain(const std::string& promise, const std::string& what) {
+    const std::lock_guard lock(mLock);
+    if (!mFinding) mFinding = {promise, what};
+}
+
+std::optional<Finding> Witness::finding() const {
+    const std::lock_guard lock(mLock);
+    return mFinding;
+}
+
+void Witness::tell(const std::string& deed) {
+    const std::lock_guard lock(mLock);
+    const std::string text = mStory.empty() ? deed : "; " + deed;
+    mStory += text;
+    if (Pulse::installed != nullptr) Pulse::installed->story.append(text);
+}
+
+std::string Witness::story() const {
+    const std::lock_guard lock(mLock);
+    return mStory;
+}
+
+void Witness::watch(const android::sp<android::RefBase>& object) {
+    const std::lock_guard lock(mLock);
+    mWatched.push_back(object);
+}
+
+size_t Witness::alive() const {
+    const std::lock_guard lock(mLock);
+    return static_cast<size_t>(std::count_if(mWatched.begin(), mWatched.end(), [](const auto& one) {
+        return one.promote() != nullptr;
+    }));
+}
+
+}  // namespace plexa::kit
