@@ -41,6 +41,7 @@ int run(int argc, char** argv) {
     plexa::ScaleCommand scale(&program);
     plexa::SnapshotCommand snapshot(&program);
     plexa::TraceCommand trace(&program);
+    plexa::ExerciseCommand exercise(&program);
     const auto isJson = [](const std::string& word) { return word == "--json"; };
     const bool json = std::any_of(argv, argv + argc, isJson);
     const Status words = plexa::checkWords(program, argc, argv);
@@ -59,8 +60,9 @@ int run(int argc, char** argv) {
     if (scale.isChosen()) return scale.run();
     if (snapshot.isChosen()) return snapshot.run();
     if (trace.isChosen()) return trace.run();
-    return plexa::failUsage(Status::error("a command is missing: scale, snapshot or trace"), "",
-                            json);
+    if (exercise.isChosen()) return exercise.run();
+    return plexa::failUsage(
+        Status::error("a command is missing: scale, snapshot, trace or exercise"), "", json);
 }
 
 }  // namespace

@@ -103,6 +103,17 @@ CLI::Option* addSizeOption(CLI::App* command, PictureSize* size, const std::stri
         ->check(checkSize);
 }
 
+void addChainOption(CLI::App* command, std::string* chain) {
+    command
+        ->add_option(
+            "--chain", *chain,
+            "The stages, '!' between them: decompress, scale:WxH, or the path of a plug-in "
+            "with its arguments, as ./libwatermark.so:text=demo,size=4; +base, +csc, "
+            "+filter or +portrait at the end of one gives it that item generator")
+        ->type_name("STAGES")
+        ->required();
+}
+
 Status checkWords(const CLI::App& program, int argc, char** argv) {
     const CLI::App* command = &program;
     for (int i = 1; i < argc && std::string("--") != argv[i]; ++i) {

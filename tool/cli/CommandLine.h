@@ -43,6 +43,9 @@ void addSharedOptions(CLI::App* command, SharedOptions* options);
 /** Adds --size, which fills `size`. */
 CLI::Option* addSizeOption(CLI::App* command, PictureSize* size, const std::string& purpose);
 
+/** Adds --chain, which fills `chain`. */
+void addChainOption(CLI::App* command, std::string* chain);
+
 /** An error that suggests the nearest word if a command or a long option does not exist. */
 Status checkWords(const CLI::App& program, int argc, char** argv);
 

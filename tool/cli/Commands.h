@@ -1,6 +1,10 @@
 // The command lines of the subcommands.
 #pragma once
 
+#include <kit/Exercise.h>
+
+#include <string>
+
 #include "cli/CommandLine.h"
 #include "job/ScaleJob.h"
 #include "job/SnapshotJob.h"
@@ -60,6 +64,20 @@ private:
     CLI::App* mCommand;
     std::string mInput;
     std::string mOutput;
+};
+
+/** The same for `plexa exercise`. */
+class ExerciseCommand {
+public:
+    explicit ExerciseCommand(CLI::App* program);
+    bool isChosen() const { return mCommand->parsed(); }
+    int run();
+
+private:
+    CLI::App* mCommand;
+    std::string mChain;
+    kit::ExerciseOptions mOptions;
+    bool mVerbose = false;
 };
 
 }  // namespace plexa
