@@ -2,6 +2,7 @@
 #include "Actor.h"
 
 #include <host/FaultInjection.h>
+#include <kit/ClientCallback.h>
 #include <kit/Formats.h>
 
 #include <algorithm>
@@ -34,6 +35,19 @@ sp<APipeItem> itemOf(const sp<android::APipeBuffer>& input,
     return item;
 }
 
+// The calling thread is a client's, inside a call of a stage that may call back.
+thread_local bool tInsideCall = false;
+
+// Threading: thread-safe, while the actor lives.
+class Callback : public ClientCallback {
+public:
+    explicit Callback(Actor* actor) : mActor(actor) {}
+    void call() override { mActor->onCallback(); }
+
+private:
+    Actor* const mActor;
+};
+
 bool proves(const Story& story) {
     return std::ranges::any_of(
         story.stages, [](const StagePlan& stage) { return stage.given != StagePlan::kNeighbour; });
@@ -51,11 +65,12 @@ ClientFormats formatsOf(const Setting& setting, const Story& story) {
 }  // namespace
 
 Actor::Actor(const Setting& setting, const Story& story, const std::shared_ptr<Witness>& witness,
-             bool oneClient)
+             bool oneClient, std::function<void(Actor&)> rest)
     : mSetting(setting),
       mStory(story),
       mWitness(witness),
       mClient(std::make_shared<Client>(formatsOf(setting, story), witness)),
+      mRest(std::move(rest)),
       mHandler(ClientHandler::create([this](const ClientHandler::Notice& notice) {
           if (notice.what == APipe::kWhatError) mHeardError = true;
           mClient->hear(notice);
@@ -246,8 +261,8 @@ status_t Actor::queue(size_t stage, const sp<APipeItem>& item) {
     return mStages[stage]->queueItem(item);
 }
 
-void Actor::settle(const Client::Claim& claim, status_t status) {
-    tell("queue " + claim.text() + (status == android::OK ? "" : ", refused"));
+void Actor::settle(const Client::Claim& claim, status_t status, const std::string& how) {
+    tell("queue " + claim.text() + how + (status == android::OK ? "" : ", refused"));
     mClient->settle(claim, status);
 }
 
@@ -351,8 +366,7 @@ void Actor::queueUntimed() {
     meta->findInt32("bufferId", &bufferId);
     meta->clear();
     meta->setInt32("bufferId", bufferId);
-    tell("without a time:");
-    settle(*input, queue(0, itemOf(input->buffer, nullptr)));
+    settle(*input, queue(0, itemOf(input->buffer, nullptr)), " without a time");
 }
 
 void Actor::queueBoth() {
@@ -360,9 +374,8 @@ void Actor::queueBoth() {
     if (!input) return;
     const auto output = mClient->claim(Client::Output);
     const status_t status = queue(0, itemOf(input->buffer, output ? output->buffer : nullptr));
-    tell("in one item:");
     settle(*input, status);
-    if (output) settle(*output, status);
+    if (output) settle(*output, status, " in the same item");
 }
 
 void Actor::queueWithoutId(bool asOutput) {
@@ -385,8 +398,7 @@ void Actor::queueWithoutPixels() {
     mSteady = false;
     const auto input = mClient->claimInputWithoutPixels();
     if (!input) return;
-    tell("without pixels:");
-    settle(*input, queue(0, itemOf(input->buffer, nullptr)));
+    settle(*input, queue(0, itemOf(input->buffer, nullptr)), " without pixels");
 }
 
 void Actor::setRanges() {
@@ -402,7 +414,16 @@ void Actor::setParameter(size_t stage, uint32_t arg) {
     tell("set parameters");
     mStages[stage]->setParameter(1, static_cast<int>(arg));
     mStages[stage]->setParameter(2, std::string("value"));
-    mStages[stage]->setParameter(3, sp<AMessage>(new AMessage));
+    const sp<AMessage> message = new AMessage;
+    message->setObject("callback", new Callback(this));
+    const bool wasInside = std::exchange(tInsideCall, true);
+    mStages[stage]->setParameter(3, message);
+    tInsideCall = wasInside;
+}
+
+void Actor::onCallback() {
+    flush();
+    if (std::exchange(tInsideCall, false)) mRest(*this);
 }
 
 void Actor::setPaused(size_t stage, bool paused) {

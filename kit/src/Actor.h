@@ -7,6 +7,7 @@
 #include "Story.h"
 
 #include <atomic>
+#include <functional>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -22,9 +23,9 @@ namespace plexa::kit {
 class Actor {
 public:
     // With one client the frames have to come in the order of their queueing, where generators keep
-    // it. `rest` runs the chain until a completion notice has come.
+    // it. `rest` waits for the completion notice of a flush; not within a message.
     Actor(const Setting& setting, const Story& story, const std::shared_ptr<Witness>& witness,
-          bool oneClient);
+          bool oneClient, std::function<void(Actor&)> rest);
     ~Actor();
 
     // Every act but Act::Run.
@@ -52,12 +53,15 @@ public:
     std::vector<std::string> threadNames() const;
     Client& client() { return *mClient; }
 
+    // What the client does when a stage calls it back, on any thread.
+    void onCallback();
+
 private:
     enum class Loop { None, Running, Releasing };
 
     void makeChain(const Story& story);
     android::status_t queue(size_t stage, const android::sp<android::APipeItem>& item);
-    void settle(const Client::Claim& claim, android::status_t status);
+    void settle(const Client::Claim& claim, android::status_t status, const std::string& how = "");
     void queueInput(uint32_t arg);
     void queueSubInput(size_t stage, int64_t frame);
     void queueMetadata(size_t stage, int64_t frame);
@@ -84,6 +88,7 @@ private:
     const std::shared_ptr<Witness> mWitness;
     const std::shared_ptr<Client> mClient;
     std::atomic<bool> mHeardError = false;
+    const std::function<void(Actor&)> mRest;
     const android::sp<ClientHandler> mHandler;
     std::vector<android::sp<android::APipe>> mStages;
     std::vector<android::sp<NeighbourStage>> mNeighbours;  // null where a given stage is

@@ -26,13 +26,13 @@ std::string (*gState)() = nullptr;
 
 // The process hangs and is about to be ended: there is nothing to lose by asking.
 void answer(int /*signal*/) {
-    Pulse::installed->state.set(gState());
+    Pulse::installed->state.set(gState() + "\n");
 }
 
 [[noreturn]] void live(Pulse& pulse, const std::function<void()>& work, std::string (*state)()) {
     Pulse::installed = &pulse;
     gState = state;
-    std::signal(SIGUSR2, answer);
+    if (state != nullptr) std::signal(SIGUSR2, answer);
     work();
     if (__lsan_do_leak_check != nullptr) __lsan_do_leak_check();
     std::fflush(nullptr);
@@ -43,10 +43,10 @@ bool hasEnded(pid_t child, int* status) {
     return waitpid(child, status, WNOHANG) == child;
 }
 
-void end(pid_t child, const Pulse& pulse) {
-    kill(child, SIGUSR2);
+void end(pid_t child, const Pulse& pulse, bool asks) {
+    if (asks) kill(child, SIGUSR2);
     const auto deadline = Clock::now() + kTimeToAnswer;
-    while (pulse.state.get().empty() && Clock::now() < deadline)
+    while (asks && pulse.state.get().empty() && Clock::now() < deadline)
         std::this_thread::sleep_for(kLook);
     kill(child, SIGKILL);
     waitpid(child, nullptr, 0);
@@ -82,7 +82,7 @@ ChildEnd runInChild(Pulse& pulse, std::chrono::milliseconds patience,
         if (now != beats) last = Clock::now();
         beats = now;
         if (Clock::now() - last > patience) {
-            end(child, pulse);
+            end(child, pulse, state != nullptr);
             return ChildEnd::Hung;
         }
         std::this_thread::sleep_for(kLook);

@@ -43,6 +43,7 @@ Client::Client(const ClientFormats& formats, std::shared_ptr<Witness> witness)
     addSlots(Output, kBuffers[Output], formats.output);
     // Behind those that claim() takes from.
     mSlots[Input].push_back({newFrameWithoutPixels(formats.input)});
+    mWitness->watch(mSlots[Input].back().buffer);
 }
 
 void Client::addSlots(Role role, size_t count, const FrameFormat& format) {
@@ -151,7 +152,7 @@ void Client::hear(const ClientHandler::Notice& notice) {
         case APipe::kWhatInputBufferDone:
             return bringHome(notice.bufferId >= kRoleIds ? SubInput : Input, notice.bufferId);
         case APipe::kWhatOutputBufferDone:
-            checkFrame(notice);
+            if (isAway(Output, notice.bufferId)) checkFrame(notice);
             return bringHome(Output, notice.bufferId);
         case APipe::kWhatInitCompleted:
             ++mHeard[heardIndex(notice.what)];
@@ -207,6 +208,11 @@ void Client::takeHome(Slot* slot) {
 Client::Slot* Client::slotOf(Role role, int32_t bufferId) {
     const auto index = static_cast<size_t>(bufferId - kRoleIds * role);
     return index < mSlots[role].size() ? &mSlots[role][index] : nullptr;
+}
+
+bool Client::isAway(Role role, int32_t bufferId) {
+    const Slot* const slot = slotOf(role, bufferId);
+    return slot != nullptr && slot->away;
 }
 
 void Client::bringHome(Role role, int32_t bufferId) {

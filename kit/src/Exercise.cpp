@@ -16,8 +16,9 @@ using std::chrono::milliseconds;
 
 // How much longer than one message a life on threads may take.
 constexpr int kThreadPatience = 20;
-// While a story that hangs is shrunk, each try that hangs costs this.
-constexpr milliseconds kShrinkPatience{150};
+// While a story that hangs or crashes is shrunk: what a try that hangs costs, and all together.
+constexpr milliseconds kTryPatience{80};
+constexpr milliseconds kShrinkTime{4000};
 constexpr int kMostClients = 3;
 constexpr char kSeparator = '\x1f';
 
@@ -39,18 +40,21 @@ public:
 
     ExerciseReport run() {
         const auto end = inChild(mOptions.deadline * (mOptions.threads ? kThreadPatience : 1),
-                                 [this] { liveAll(); });
+                                 stateOfLife, [this] { liveAll(); });
         if (end == ChildEnd::Done) return answered();
-        if (mPulse.seed == 0) return failedAlone(end);
-        ExerciseReport report = ended(end, drawStory(mPulse.seed, mCastOfAll));
-        if (!mOptions.threads) shrinkEnded(&report);
-        return report;
+        if (!mPulse.lives) return failedAlone(end);
+        const Story story =
+            drawStory(mPulse.seed, {static_cast<int>(mStages.size()), mPulse.mayPrecede,
+                                    mPulse.mayFollow, mOptions.faults});
+        const ExerciseReport report = ended(end, story);
+        return mOptions.threads ? report : shrunkEnded(report, story);
     }
 
 private:
-    ChildEnd inChild(milliseconds patience, const std::function<void()>& work) {
-        mPulse.seed = 0;
-        return runInChild(mPulse, patience, work, stateOfLife);
+    ChildEnd inChild(milliseconds patience, std::string (*state)(),
+                     const std::function<void()>& work) {
+        mPulse.lives = false;
+        return runInChild(mPulse, patience, work, state);
     }
 
     // --- In the child ---
@@ -76,6 +80,9 @@ private:
         if (!mStages.empty() && around.digests.empty())
             report.note = "pictures were not compared: what becomes of a frame varies";
         const Cast cast = around.cast(mOptions.faults);
+        mPulse.mayPrecede = cast.mayPrecede;
+        mPulse.mayFollow = cast.mayFollow;
+        mPulse.lives = true;
         for (uint64_t life = 0; life < mOptions.lives && !report.found; ++life) {
             mPulse.seed = mOptions.seed + life;
             const Story story = drawStory(mOptions.seed + life, cast);
@@ -150,39 +157,42 @@ private:
         report.chain = chainText(story, namesOf(mStages));
         report.story = mPulse.story.get();
         report.state = mPulse.state.get();
+        if (report.state == "\n") report.state.clear();
         report.seed = story.seed;
         report.lives = story.seed - mOptions.seed + 1;
         return report;
     }
     ExerciseReport failedAlone(ChildEnd end) const {
-        Story alone;
-        ExerciseReport report = ended(end, alone);
-        report.chain.clear();
+        ExerciseReport report = ended(end, {});
+        for (const std::string& name : namesOf(mStages))
+            report.chain += (report.chain.empty() ? "" : " ! ") + name;
         report.story = "the stages by themselves, one frame after the other";
+        report.seed = mOptions.seed;
         report.lives = 0;
         return report;
     }
-    void shrinkEnded(ExerciseReport* report) {
-        const auto end = [this](const Story& story, milliseconds patience) {
-            return inChild(patience, [&] {
+    ExerciseReport shrunkEnded(const ExerciseReport& report, const Story& story) {
+        const auto end = [this](const Story& less, milliseconds patience, std::string (*state)()) {
+            return inChild(patience, state, [&] {
                 const Setting around = setting();
-                mPulse.seed = story.seed;
-                live(around, story);
+                mPulse.lives = true;
+                live(around, less);
             });
         };
-        const Story least = shrunk(drawStory(report->seed, mCastOfAll), [&](const Story& story) {
-            return end(story, kShrinkPatience) != ChildEnd::Done;
+        const auto deadline = std::chrono::steady_clock::now() + kShrinkTime;
+        const Story least = shrunk(story, [&](const Story& less) {
+            return std::chrono::steady_clock::now() < deadline &&
+                   end(less, kTryPatience, nullptr) != ChildEnd::Done;
         });
-        const ChildEnd last = end(least, mOptions.deadline);
-        if (last == ChildEnd::Done) return;
-        const uint64_t lives = report->lives;
-        *report = ended(last, least);
-        report->lives = lives;
+        const ChildEnd last = end(least, mOptions.deadline / 2, stateOfLife);
+        if (last == ChildEnd::Done) return report;
+        ExerciseReport less = ended(last, least);
+        less.lives = report.lives;
+        return less;
     }
 
     const std::vector<StageSpec>& mStages;
     const ExerciseOptions& mOptions;
-    Cast mCastOfAll;
     Pulse& mPulse = sharedPulse();
 };
 
@@ -204,6 +214,10 @@ std::string toText(const ExerciseReport& report, const ExerciseOptions& options)
     if (!report.chain.empty()) text << "chain: " << report.chain << "\n";
     text << "story: " << report.story << "\n";
     if (!report.state.empty()) text << report.state << (report.state.ends_with('\n') ? "" : "\n");
+    if (report.lives == 0) {
+        text << "found before the first life\n";
+        return text.str();
+    }
     text << "found in life " << report.lives << "; again with --seed " << report.seed
          << " --lives 1" << (options.threads ? " --threads" : "")
          << (options.faults ? " --faults" : "") << "\n";

@@ -85,8 +85,13 @@ void startAfresh(Actor& chain, Scheduler& scheduler, Witness& witness) {
         chain.queueWholeFrame();
         runToRest(scheduler, witness);
     }
-    if (witness.frames != before + kFrames)
-        witness.complain("R-AGAIN", "a fresh frame does not come through");
+    if (witness.frames != before + kFrames) {
+        const std::string away = chain.client().awayText();
+        witness.complain(away.empty() ? "R-AGAIN" : "R-HOME",
+                         away.empty()
+                             ? "a fresh frame does not come through"
+                             : away + " never came home, and a fresh frame does not come through");
+    }
     chain.flush();
     runToRest(scheduler, witness);
     checkAllIsHome(chain, witness, "after a flush");
@@ -181,7 +186,8 @@ LifeReport liveOnScheduler(const Setting& setting, const Story& story) {
     std::string state;
     {
         std::optional<Scheduler> scheduler(std::in_place, story.seed, story.order);
-        Actor chain(setting, story, witness, true);
+        Actor chain(setting, story, witness, true,
+                    [&](Actor&) { runToRest(*scheduler, *witness); });
         StateKeeper keeper(chain, *witness);
         chain.init();
         for (const Op& op : story.ops) {
@@ -209,7 +215,10 @@ LifeReport liveOnThreads(const Setting& setting, const Story& story, int clients
     std::string state;
     std::vector<std::string> threads;
     {
-        Actor chain(setting, story, witness, clients == 1);
+        Actor chain(setting, story, witness, clients == 1, [](Actor& self) {
+            [[maybe_unused]] const bool came =
+                eventually([&] { return !self.client().isWaiting(); });
+        });
         StateKeeper keeper(chain, *witness);
         threads = chain.threadNames();
         chain.init();

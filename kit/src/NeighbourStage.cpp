@@ -78,7 +78,10 @@ void NeighbourStage::startWork() {
     mWork.item = *mWorkItems.begin();
     mWork.poolInput = ifOfPool(mWork.item->mInput);
     mWork.poolOutput = ifOfPool(mWork.item->mOutput);
-    if (mWork.poolInput != nullptr) mWork.poolInput->getMeta()->findInt64("timeUs", &mWork.timeUs);
+    if (mWork.poolInput != nullptr) {
+        mWork.poolInput->getMeta()->findInt64("timeUs", &mWork.timeUs);
+        checkPicture(mWork.poolInput, mWork.timeUs);
+    }
     (new AMessage(kWhatWorked, this))->post(mPlan.engineUs);
 }
 
@@ -104,16 +107,21 @@ status_t NeighbourStage::fill(const APipeItem& item) {
     if (mFailsNext.exchange(false)) return android::UNKNOWN_ERROR;
     int64_t timeUs = 0;
     item.mInput->getMeta()->findInt64("timeUs", &timeUs);
-    if (!mSurroundings.isRight(item.mInput, timeUs / Client::kFrameUs)) {
-        mWitness->complain("R-PIXELS", "a frame of " + std::to_string(timeUs) +
-                                           " us with other pixels went on from stage to stage");
-    }
+    checkPicture(item.mInput, timeUs);
     checkParts(item, timeUs);
     copyPicture(item.mInput, item.mOutput);
     if (ifOfPool(item.mInput) == nullptr) return android::OK;
     mWitness->watch(item.mInput);
     paintOver(item.mInput);
     return android::OK;
+}
+
+void NeighbourStage::checkPicture(const sp<APipeBuffer>& input, int64_t timeUs) {
+    int32_t eos = 0;
+    input->getMeta()->findInt32("eos", &eos);
+    if (eos != 0 || mSurroundings.isRight(input, timeUs / Client::kFrameUs)) return;
+    mWitness->complain("R-PIXELS", "the frame of " + std::to_string(timeUs) +
+                                       " us went on from stage to stage with other pixels");
 }
 
 void NeighbourStage::checkParts(const APipeItem& item, int64_t timeUs) {

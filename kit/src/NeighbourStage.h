@@ -59,6 +59,7 @@ private:
     void finishWork();
     void workOnFirst();
     android::status_t fill(const android::APipeItem& item);
+    void checkPicture(const android::sp<android::APipeBuffer>& input, int64_t timeUs);
     void checkParts(const android::APipeItem& item, int64_t timeUs);
 
     const StagePlan mPlan;

@@ -34,10 +34,13 @@ private:
 // Threading: written by one thread of the child at a time; read by the parent at any time.
 struct Pulse {
     std::atomic<uint64_t> beats;
-    std::atomic<uint64_t> seed;  // of the life that goes on
-    SharedText<64> loop;         // whose message is being handled, empty for the client's calls
-    SharedText<32768> story;     // of the life so far
-    SharedText<32768> state;     // the chain's, asked for when it hangs
+    std::atomic<bool> lives;       // what was before the first life is over
+    std::atomic<uint64_t> seed;    // of the life that goes on
+    std::atomic<bool> mayPrecede;  // as in Cast
+    std::atomic<bool> mayFollow;
+    SharedText<64> loop;      // whose message is being handled, empty for the client's calls
+    SharedText<32768> story;  // of the life so far
+    SharedText<32768> state;  // the chain's, asked for when it hangs
     SharedText<131072> result;
 
     static Pulse* installed;

@@ -21,14 +21,25 @@ std::optional<Finding> Witness::finding() const {
 
 void Witness::tell(const std::string& deed) {
     const std::lock_guard lock(mLock);
-    const std::string text = mStory.empty() ? deed : "; " + deed;
+    if (mFinding) return;
+    if (deed == mLastDeed) {
+        ++mRepeats;
+        return;
+    }
+    const std::string text = repeats() + (mStory.empty() ? "" : "; ") + deed;
     mStory += text;
     if (Pulse::installed != nullptr) Pulse::installed->story.append(text);
+    mLastDeed = deed;
+    mRepeats = 0;
+}
+
+std::string Witness::repeats() const {
+    return mRepeats == 0 ? "" : " (" + std::to_string(mRepeats + 1) + " times)";
 }
 
 std::string Witness::story() const {
     const std::lock_guard lock(mLock);
-    return mStory;
+    return mStory + repeats();
 }
 
 void Witness::watch(const android::sp<android::RefBase>& object) {

@@ -114,6 +114,7 @@ private:
     void setFrame(const Claim& claim, int64_t frame);
     void checkIsAsLeft(Role role, const Slot& slot);
     void takeHome(Slot* slot);
+    bool isAway(Role role, int32_t bufferId);
     void bringHome(Role role, int32_t bufferId);
     void checkFrame(const ClientHandler::Notice& notice);
     void checkRecord(const ClientHandler::Notice& notice, const Slot& slot, const Frame& frame);

@@ -20,7 +20,7 @@ struct ExerciseOptions {
     bool faults = false;
     /// A message that is handled for longer than this hangs; so does a life on threads that takes
     /// twenty times as long.
-    std::chrono::milliseconds deadline{3000};
+    std::chrono::milliseconds deadline{2000};
 };
 
 struct ExerciseReport {

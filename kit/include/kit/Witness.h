@@ -27,7 +27,7 @@ public:
     void complain(const std::string& promise, const std::string& what);
     std::optional<Finding> finding() const;
 
-    /// What the client does, in a few words.
+    /// What the client does, in a few words; after a finding nothing more is kept.
     void tell(const std::string& deed);
     /// All that was told, "; " in between.
     std::string story() const;
@@ -41,9 +41,13 @@ public:
     std::atomic<int> stages = 0;       ///< neighbours that are not destroyed yet
 
 private:
+    std::string repeats() const;
+
     mutable std::mutex mLock;  // guards all below
     std::optional<Finding> mFinding;
     std::string mStory;
+    std::string mLastDeed;
+    int mRepeats = 0;
     std::vector<android::wp<android::RefBase>> mWatched;
 };
 

@@ -1,0 +1,59 @@
+// What exercising stages finds: nothing in right ones, and each of the mistakes that are easily
+// made.
+#include <gtest/gtest.h>
+#include <kit/Exercise.h>
+#include <kit/StageLibrary.h>
+
+#include <ostream>
+
+#include "support/LogCapture.h"
+
+namespace plexa {
+namespace {
+
+// With default options, and by one of the promises, if there is anything to find.
+struct Case {
+    const char* chain;
+    const char* promises;  // empty: none is broken
+};
+
+void PrintTo(const Case& c, std::ostream* out) {
+    *out << c.chain;
+}
+
+class ExerciseTest : public testing::TestWithParam<Case> {
+protected:
+    const LogCapture mLog{ANDROID_LOG_FATAL};
+};
+
+TEST_P(ExerciseTest, FindsWhatIsThere) {
+    std::string error;
+    const auto stages = kit::findChain(GetParam().chain, &error);
+    ASSERT_EQ(error, "");
+    const kit::ExerciseOptions options;
+    const kit::ExerciseReport report = kit::exercise(stages, options);
+    const std::string promises = GetParam().promises;
+    EXPECT_EQ(report.found, !promises.empty());
+    EXPECT_NE((promises + " ").find(report.promise + " "), std::string::npos);
+    std::cout << kit::toText(report, options);
+}
+
+#define MISTAKE(name) PLEXA_MISTAKEN_STAGE ":mistake=" name
+
+INSTANTIATE_TEST_SUITE_P(
+    , ExerciseTest,
+    testing::Values(
+        Case{MISTAKE("none"), ""}, Case{"decompress ! scale:32x16", ""},
+        Case{PLEXA_PORTRAIT_STAGE, ""}, Case{MISTAKE("input-kept"), "R-HOME R-POOL"},
+        Case{MISTAKE("one-in-a-hundred"), "R-HOME R-POOL"},
+        Case{MISTAKE("no-base-work"), "R-HOME R-AGAIN"}, Case{MISTAKE("no-base-init"), "R-AGAIN"},
+        Case{MISTAKE("output-twice"), "R-HOME"}, Case{MISTAKE("frame-without-frame"), "R-PIXELS"},
+        Case{MISTAKE("pointer-over-flush"), "R-ALONE"},
+        Case{MISTAKE("state-over-flush"), "R-FLUSH R-HOME"},
+        Case{MISTAKE("torn-output"), "R-PIXELS R-ALONE"}, Case{MISTAKE("wrong-time"), "R-PIXELS"},
+        Case{MISTAKE("no-eos"), "R-PIXELS"}, Case{MISTAKE("blocks"), "R-WAIT"},
+        Case{MISTAKE("callback-under-lock"), "R-WAIT"},
+        Case{MISTAKE("leak-on-error"), "R-NOTHING"}));
+
+}  // namespace
+}  // namespace plexa
