@@ -47,6 +47,7 @@ std::string APipeCounts::toString() const {
         text += separator + std::string(term.name) + " " + std::to_string(this->*term.count);
         separator = " + ";
     }
+    if (kept != 0) text += "; kept by its own code " + std::to_string(kept);
     for (size_t i = 0; i < refused.size(); ++i) {
         if (refused[i] == 0) continue;
         text += "; refused " + std::to_string(refused[i]) + " items " + kRefusalNames[i];

@@ -35,6 +35,9 @@ struct PLEXA_EXPORT APipeCounts {
     int64_t forgotten = 0;  ///< held when a flush or release came
     int64_t held = 0;       ///< in the stage now
 
+    /// Of those held, what is in none of the stage's lists: the stage's own code has taken it out
+    /// of mWorkItems. Below 0 when a buffer is in the lists twice. Not part of the sum.
+    int64_t kept = 0;
     int64_t worked = 0;  ///< items that onWork was called for; not part of the sum
     /// Items, not buffers; not part of the sum.
     std::array<int64_t, kRefusalCount> refused{};

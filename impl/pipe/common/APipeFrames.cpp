@@ -136,7 +136,7 @@ status_t APipe::setBufferInfo(int bufferCount, int width, int height,
 
 void APipe::setReply(const sp<APipeBuffer>& buffer) {
     APipeLoopChecker::check(mLoopChecker, __func__);
-    mLedger->lend(buffer);
+    mLedger->takeOutput(buffer);
     const int32_t generation = getBufferGeneration();
     APipeBuffer::Reply& last = buffer->mReply;
     if (last.loop != mLoop || last.generation != generation) {

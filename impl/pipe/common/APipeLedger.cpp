@@ -30,7 +30,12 @@ void APipeLedger::arrive(const APipeItem& item, bool isStale) {
     }
     if (item.mInput != nullptr) takeInput(item.mInput);
     if (item.mSubInput != nullptr) takeInput(item.mSubInput);
-    if (item.mOutput != nullptr) take(item.mOutput);
+    if (item.mOutput != nullptr) takeOutput(item.mOutput);
+}
+
+void APipeLedger::takeOutput(const sp<APipeBuffer>& buffer) {
+    APipePlace::setFrame(*buffer, -1);
+    take(buffer);
 }
 
 void APipeLedger::takeInput(const sp<APipeBuffer>& buffer) {
@@ -107,9 +112,9 @@ void APipeLedger::enter(APipeActivity::Kind kind, int64_t frameUs) {
 
 void APipeLedger::publish(APipeStageRecord* record, int64_t listed) {
     mCounts.held = held();
+    mCounts.kept = mCounts.held + mFailedHere - listed;
     record->counts = mCounts;
     record->countsAtFlush = mAtFlush;
-    record->inOwnHands = mCounts.held + mFailedHere - listed;
     record->arrived = mArrived;
     mRecord.write(*record);
 }

@@ -48,8 +48,8 @@ public:
 
     /// An item has come out of the message queue, perhaps too late.
     void arrive(const APipeItem& item, bool isStale);
-    /// The pool lends the generator a buffer.
-    void lend(const sp<APipeBuffer>& buffer) { take(buffer); }
+    /// An empty buffer for the generator, from a client or the stage's own pool.
+    void takeOutput(const sp<APipeBuffer>& buffer);
     void toWork(const APipeItem& item);
     void toSend(const sp<APipeBuffer>& buffer) { move(buffer, APipePlace::kToSend); }
     /// The work on an item has failed; it stays where it is. Or is tried again.

@@ -81,9 +81,6 @@ std::string generatorText(const APipeStageView& view) {
     if (pending.metas.count > 0) text += ", metadata of " + queueText(pending.metas, "frame");
     text += "; to work on: " + queueText(view.record.toWork, "item");
     if (view.hasNext) text += "; for the next stage: " + queueText(view.record.toSend, "output");
-    if (view.record.inOwnHands != 0) {
-        text += "; in its own hands: " + countText(view.record.inOwnHands, "buffer");
-    }
     if (view.queued > 0) text += "; on their way to it: " + countText(view.queued, "item");
     return text;
 }
@@ -137,8 +134,8 @@ APipeReport::Wait APipeReport::waitOfLoop(const APipeStageView& view) const {
                     "APipe::onWork?",
                 false};
     }
-    if (record.inOwnHands > 0) {
-        return {"keeps " + countText(record.inOwnHands, "buffer") +
+    if (record.counts.kept > 0) {
+        return {"keeps " + countText(record.counts.kept, "buffer") +
                     " that it took from mWorkItems: send inputs home and outputs on",
                 false};
     }

@@ -38,7 +38,6 @@ struct APipeStageRecord {
     APipePending pending;
     APipeQueueRecord toWork;
     APipeQueueRecord toSend;
-    int64_t inOwnHands = 0;  ///< held, but in no list that the base class knows
     int64_t poolFree = kNoPool;
     int64_t poolSize = kNoPool;
     int64_t arrived = 0;  ///< items that were taken from the message queue
@@ -48,7 +47,7 @@ struct APipeStageRecord {
     /// metadata alone starts no work.
     bool hasWork() const {
         return pending.inputs.count > 0 || pending.subInputs.count > 0 || toWork.count > 0 ||
-               toSend.count > 0 || inOwnHands > 0;
+               toSend.count > 0 || counts.kept > 0;
     }
     /// Grows with every buffer that leaves the stage.
     int64_t progress() const { return counts.taken - counts.held - counts.failed; }

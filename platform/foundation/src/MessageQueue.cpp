@@ -14,12 +14,14 @@ namespace {
 
 // More than a chain has on its way to one loop, so that a list hardly ever grows.
 constexpr size_t kUsualMessages = 256;
+constexpr size_t kUsualDelayed = 4;
 
 }  // namespace
 
 MessageQueue::MessageQueue() {
     mPosted.reserve(kUsualMessages);
     mBatch.reserve(kUsualMessages);
+    mDelayed.reserve(kUsualDelayed);
 }
 
 bool MessageQueue::push(const sp<AMessage>& message, int64_t delayUs) {
@@ -31,7 +33,7 @@ bool MessageQueue::push(const sp<AMessage>& message, int64_t delayUs) {
         if (mClosed) return false;
         if (delayUs > 0) {
             const int64_t nowUs = ALooper::GetNowUs();
-            mDelayed.emplace(nowUs + std::min(delayUs, kNever - 1 - nowUs), message);
+            addDelayed(message, nowUs + std::min(delayUs, kNever - 1 - nowUs));
         } else {
             mPosted.push_back({message, mDelayed.empty() ? 0 : ALooper::GetNowUs()});
             // Relaxed: a hint; what was posted is read under the lock.
@@ -67,8 +69,11 @@ sp<AMessage> MessageQueue::take() {
     if (isBatchDone()) swapBatch();
     if (!mDelayed.empty()) {
         const int64_t nowUs = isBatchDone() ? ALooper::GetNowUs() : mBatch[mNext].timeUs;
-        if (firstDelayedUs() <= nowUs)
-            return std::move(mDelayed.extract(mDelayed.begin()).mapped());
+        if (firstDelayedUs() <= nowUs) {
+            const sp<AMessage> first = std::move(mDelayed.back().message);
+            mDelayed.pop_back();
+            return first;
+        }
     }
     return isBatchDone() ? nullptr : takeNextOfBatch();
 }
@@ -80,8 +85,15 @@ void MessageQueue::swapBatch() {
     mHasPosted.store(false, std::memory_order_relaxed);
 }
 
+void MessageQueue::addDelayed(const sp<AMessage>& message, int64_t dueUs) {
+    // Before those of the same time, which were posted earlier and so are taken first.
+    const auto isLater = [](const Delayed& delayed, int64_t us) { return delayed.dueUs > us; };
+    mDelayed.insert(std::lower_bound(mDelayed.begin(), mDelayed.end(), dueUs, isLater),
+                    {dueUs, message});
+}
+
 int64_t MessageQueue::firstDelayedUs() const {
-    return mDelayed.empty() ? kNever : mDelayed.begin()->first;
+    return mDelayed.empty() ? kNever : mDelayed.back().dueUs;
 }
 
 int64_t MessageQueue::nextDueUs() {
@@ -109,7 +121,7 @@ void MessageQueue::wait() {
 }
 
 void MessageQueue::drop() {
-    std::multimap<int64_t, sp<AMessage>> delayed;
+    std::vector<Delayed> delayed;
     std::vector<Posted> posted;
     {
         const Mutex::Autolock lock(mLock);

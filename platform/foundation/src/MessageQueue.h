@@ -10,14 +10,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <limits>
-#include <map>
 #include <vector>
 
 namespace android::host {
 
 // Posters append to one list while the consumer works through another; the consumer swaps the two
 // when its own is empty, so it takes the lock once per batch and neither list gives up its memory.
-// Delayed messages wait in a map by due time.
+// Delayed messages wait in a list of their own, by due time.
 //
 // A message is due when it is posted, or when its delay is over; of two that are due at one time
 // the one posted first goes first. Reading the clock costs as much as the rest of a push, so an
@@ -58,16 +57,22 @@ private:
         int64_t timeUs;  // 0: posted while nothing was delayed
     };
 
+    struct Delayed {
+        int64_t dueUs;
+        sp<AMessage> message;
+    };
+
     sp<AMessage> take() EXCLUDES(mLock);
     sp<AMessage> takeNextOfBatch() { return std::move(mBatch[mNext++].message); }
     bool isBatchDone() const { return mNext == mBatch.size(); }
     void swapBatch() REQUIRES(mLock);
+    void addDelayed(const sp<AMessage>& message, int64_t dueUs) REQUIRES(mLock);
     int64_t firstDelayedUs() const REQUIRES(mLock);
 
     Mutex mLock;
     Condition mWake;
-    std::vector<Posted> mPosted GUARDED_BY(mLock);  // undelayed, in posting order
-    std::multimap<int64_t, sp<AMessage>> mDelayed GUARDED_BY(mLock);
+    std::vector<Posted> mPosted GUARDED_BY(mLock);    // undelayed, in posting order
+    std::vector<Delayed> mDelayed GUARDED_BY(mLock);  // the first that is due last
     bool mSleeping GUARDED_BY(mLock) = false;
     bool mClosed GUARDED_BY(mLock) = false;
     // Whether mPosted holds anything, for a consumer that gives way before it takes the lock.
