@@ -35,7 +35,7 @@ APipe::APipe(const sp<APipe>& next, const sp<AMessage>& notify, const std::strin
       mName(name),
       mLoop(new APipeLoop(this, name, &mState)),
       mLoopChecker(APipeLoopChecker::create(name)),
-      mLedger(new APipeLedger),
+      mLedger(std::make_unique<APipeLedger>()),
       mNotifier(std::make_unique<APipeNotifier>(notify, name)),
       mStallWatch(std::make_unique<APipeStallWatch>(mLoop, kWhatStallTick)),
       mTrace(std::make_unique<APipeTrace>(name)) {}
@@ -76,10 +76,14 @@ status_t APipe::queueItem(const sp<APipeItem>& item) {
         ALOGE("[%s] queueItem without an item", mName.c_str());
         return BAD_VALUE;
     }
+    return queueItemAt(item, coarseNowMs());
+}
+
+status_t APipe::queueItemAt(const sp<APipeItem>& item, int64_t nowMs) {
     status_t refusal;
     const sp<AMessage> msg = newIntake(kWhatQueueItem, "queueItem", &refusal);
     if (msg == nullptr) return refusal;
-    announce(*item);
+    announce(*item, nowMs);
     msg->setObject("item", item);
     return mLoop->postStamped(msg, "queueItem");
 }

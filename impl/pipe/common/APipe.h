@@ -31,7 +31,6 @@ class APipeLoopChecker;
 class APipeNotifier;
 class APipeStallWatch;
 class APipeTrace;
-struct APipeStageRecord;
 struct APipeStageView;
 
 /// Carries the argument of setRangeInfos inside its message.
@@ -290,7 +289,8 @@ private:
     void beginLife();
     void passOn(Message what, const char* operation, Notice completed);
 
-    void announce(const APipeItem& item);
+    status_t queueItemAt(const sp<APipeItem>& item, int64_t nowMs);
+    void announce(const APipeItem& item, int64_t nowMs);
     void dropStale(const APipeItem& item);
     void offerOutputBuffer();
     void workOnCompletedItem();
@@ -299,18 +299,19 @@ private:
     bool isWorkable(const sp<APipeItem>& item) const;
     status_t runEngine(const Engine& engine, const sp<APipeItem>& item);
     void sendDroppedHome();
-    void giveBack(const APipeItem& item, int64_t APipeCounts::*fate);
-    void giveInputBack(const sp<APipeBuffer>& buffer, int64_t APipeCounts::*fate);
-    void giveOutputBack(const sp<APipeBuffer>& buffer, BufferFlag flag, int64_t APipeCounts::*fate);
-    void leave(const sp<APipeBuffer>& buffer, int64_t APipeCounts::*fate, const char* call);
+    void giveBack(const APipeItem& item, size_t fate);
+    void giveInputBack(const sp<APipeBuffer>& buffer, size_t fate);
+    void giveOutputBack(const sp<APipeBuffer>& buffer, BufferFlag flag, size_t fate);
+    void leave(const sp<APipeBuffer>& buffer, size_t fate, const char* call);
     void warnWithoutReply(const sp<APipeBuffer>& buffer);
     void appendOutput(const sp<APipeBuffer>& buffer);
     void postOutputDone(const sp<APipeBuffer>& buffer, BufferFlag flag);
     void forgetAll();
 
     void publish();
-    bool isBusy(const APipeStageRecord& record) const;
-    int64_t describeLists(APipeStageRecord* record) const;
+    bool isBusy() const;
+    void describeLists();
+    void tracePublished() const;
     void armWatches();
     void onStallTick();
     void logStall(const APipe* stage) const;
@@ -319,7 +320,7 @@ private:
 
     alignas(kCacheLine) const sp<APipeLoop> mLoop;
     const sp<APipeLoopChecker> mLoopChecker;
-    const sp<APipeLedger> mLedger;
+    const std::unique_ptr<APipeLedger> mLedger;
     const std::unique_ptr<APipeNotifier> mNotifier;
     const std::unique_ptr<APipeStallWatch> mStallWatch;
     const std::unique_ptr<APipeTrace> mTrace;

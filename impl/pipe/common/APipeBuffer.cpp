@@ -151,7 +151,7 @@ void APipeBuffer::release() {
     const sp<AMessage> copy =
         isOfStage ? mReply.loop->copy(reply) : APipeMessages::copy(LOG_TAG, reply);
     if (copy == nullptr) return;
-    APipePlace{APipePlace::kOnTheWayHome, 0, coarseNowMs()}.putOn(*this);
+    APipePlace{APipePlace::kOnTheWayHome, 0, APipePlace::of(*this).sinceMs}.putOn(*this);
     copy->setObject("buffer", this);
     copy->post();
 }

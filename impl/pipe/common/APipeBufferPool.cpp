@@ -44,7 +44,7 @@ GraphicKind graphicKind(APipeBuffer::ColorFormat colorFormat) {
 
 // For whoever asks where the pool's buffers are.
 void putBack(APipeBuffer& buffer) {
-    APipePlace{APipePlace::kInPool, 0, coarseNowMs()}.putOn(buffer);
+    APipePlace{APipePlace::kInPool}.putOn(buffer);
 }
 
 template <typename Key, typename Value>

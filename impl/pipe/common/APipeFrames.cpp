@@ -1,6 +1,5 @@
 // The way of the frames through a stage: arrival, pairing and work.
 #define LOG_TAG "APipe"
-#define ATRACE_TAG ATRACE_TAG_VIDEO
 
 #include <media/stagefright/foundation/ADebug.h>
 #include <utils/Log.h>
@@ -57,12 +56,12 @@ void copyFrameRecord(const sp<APipeBuffer>& input, const sp<APipeBuffer>& output
 
 // --- Arrival ---
 
-void APipe::announce(const APipeItem& item) {
-    for (const sp<APipeBuffer>& buffer : {item.mInput, item.mSubInput, item.mOutput}) {
-        if (buffer == nullptr || mLedger->announce(buffer)) continue;
+void APipe::announce(const APipeItem& item, int64_t nowMs) {
+    for (const sp<APipeBuffer>* buffer : {&item.mInput, &item.mSubInput, &item.mOutput}) {
+        if (*buffer == nullptr || mLedger->announce(*buffer, nowMs)) continue;
         ALOGE_IF(APipeLoopChecker::kIsOn,
                  "[%s] queueItem of a buffer that is in the stage already, with frame %lld",
-                 mName.c_str(), static_cast<long long>(APipePlace::frameOf(buffer)));
+                 mName.c_str(), static_cast<long long>(APipePlace::frameOf(*buffer)));
     }
     if (!ATRACE_ENABLED() || item.mInput == nullptr || !APipePlace::isClients(*item.mInput)) return;
     int64_t timeUs = -1;
@@ -169,8 +168,8 @@ void APipe::workOn(sp<APipeItem> item) {
     const int64_t timeUs = APipePlace::frameOf((*mWorkItems.begin())->mInput);
     const std::string slice = mTrace->workName(timeUs);
     ATRACE_NAME(slice.c_str());
-    publish();
-    mLedger->enter(APipeActivity::kInWork, timeUs);
+    describeLists();
+    mLedger->enterWork(timeUs);
     onWork();
     mLedger->readClock();
 }
@@ -179,7 +178,7 @@ void APipe::workOnFirstItem(const Engine& engine) {
     APipeLoopChecker::check(mLoopChecker, __func__);
     if (mWorkItems.empty()) return APipe::onWork();
     if (!isWorkable(*mWorkItems.begin())) {
-        giveBack(*takeFirstWorkItem(), &APipeCounts::sentHome);
+        giveBack(*takeFirstWorkItem(), APipeLedger::kSentHome);
         return notifyError(UNKNOWN_ERROR);
     }
     int32_t eos = 0;
@@ -230,8 +229,8 @@ void APipe::onWork() {
     const sp<APipeItem> item = std::move(*mOutputItems.begin());
     mOutputItems.erase(mOutputItems.begin());
     const sp<APipeBuffer>& buffer = item->mInput;
-    const bool wasHere = mLedger->leave(buffer, &APipeCounts::sentOn);
-    const status_t err = mNextPipe->queueItem(item);
+    const bool wasHere = mLedger->leave(buffer, APipeLedger::kSentOn);
+    const status_t err = mNextPipe->queueItemAt(item, mLedger->nowMs());
     if (err == OK) return;
     ALOGW("[%s] the next stage refused an output (err %d)", mName.c_str(), err);
     if (wasHere) mLedger->takeBack(buffer);

@@ -23,22 +23,8 @@ namespace {
 
 constexpr double kMsPerSecond = 1'000;
 
-int64_t buffersIn(const APipeItem& item) {
-    return (item.mInput != nullptr ? 1 : 0) + (item.mSubInput != nullptr ? 1 : 0) +
-           (item.mOutput != nullptr ? 1 : 0);
-}
-
-// How many buffers there are in the items.
-int64_t describeItems(const List<sp<APipeItem>>& items, APipeQueueRecord* queue) {
-    if (items.empty()) return 0;
-    int64_t buffers = 0;
-    for (const sp<APipeItem>& item : items) {
-        buffers += buffersIn(*item);
-        ++queue->count;
-        queue->lastUs = APipePlace::frameOf(item->mInput);
-    }
-    queue->firstUs = APipePlace::frameOf((*items.begin())->mInput);
-    return buffers;
+APipeStageView::Queue viewOf(const APipeQueueRecord& queue) {
+    return {queue.count.get(), queue.firstUs.get(), queue.lastUs.get()};
 }
 
 }  // namespace
@@ -63,46 +49,43 @@ void APipe::setStallTime(int64_t us) {
 }
 
 void APipe::publish() {
-    APipeStageRecord record;
-    const int64_t listed = describeLists(&record);
-    mLedger->publish(&record, listed);
+    describeLists();
     mLedger->enter(APipeActivity::kIdle);
-    mTrace->waiting(record.pending.inputs.count, record.pending.outputs.count);
-    if (mStallWatch->note(isBusy(record), record.progress(), mLedger->nowMs()) ||
-        mNotifier->postedCount() != mNoticesAtTick) {
-        armWatches();
-    }
+    if (APipeTrace::isOn()) tracePublished();
+    const bool isToWatch = mStallWatch->note(isBusy(), mLedger->progress(), mLedger->nowMs()) ||
+                           mNotifier->postedCount() != mNoticesAtTick;
+    if (isToWatch && !mStallWatch->isArmed()) armWatches();
     const int64_t standstillMs = mStallWatch->takeStandstillMs();
     ALOGI_IF(standstillMs >= 0, "[%s] moves again after %.2f s", mName.c_str(),
              static_cast<double>(standstillMs) / kMsPerSecond);
 }
 
-bool APipe::isBusy(const APipeStageRecord& record) const {
+bool APipe::isBusy() const {
     if (mState == kStateCreated) return true;  // its init is to come to an end
-    return mState == kStateInitialized && record.hasWork();
+    return mState == kStateInitialized && mLedger->record().hasWork();
 }
 
-int64_t APipe::describeLists(APipeStageRecord* record) const {
-    int64_t listed = describeItems(mWorkItems, &record->toWork);
-    listed += describeItems(mOutputItems, &record->toSend);
-    if (mItemGenerator != nullptr) {
-        mItemGenerator->describe(&record->pending);
-        const APipePending& pending = record->pending;
-        listed += pending.inputs.count + pending.outputs.count + pending.subInputs.count +
-                  pending.otherBuffers;
-    }
-    sp<APipePoolTable> table;
-    if (mBufferPool != nullptr) {
-        table = mBufferPool->mTable;
-        record->poolFree = static_cast<int64_t>(mBufferPool->mAvailableBuffers.size());
-        record->poolSize =
-            record->poolFree + static_cast<int64_t>(mBufferPool->mBuffersInUse.size() +
-                                                    mBufferPool->mBuffersInWait.size());
-        mTrace->freeBuffers(record->poolFree);
-    }
-    mLedger->usePool(table);
-    record->state = mState;
-    return listed;
+void APipe::describeLists() {
+    APipeStageRecord& record = mLedger->record();
+    record.toWork.describe(mWorkItems);
+    record.toSend.describe(mOutputItems);
+    if (mItemGenerator != nullptr) mItemGenerator->describe(&record.pending);
+    int64_t listed = record.pending.buffers() + record.toSend.count.get();
+    for (const sp<APipeItem>& item : mWorkItems)
+        listed += APipePlace::countBuffers(*item);
+    record.kept.set(mLedger->keptBeside(listed));
+    if (mBufferPool == nullptr) return;
+    const size_t free = mBufferPool->mAvailableBuffers.size();
+    const size_t out = mBufferPool->mBuffersInUse.size() + mBufferPool->mBuffersInWait.size();
+    record.poolFree.set(static_cast<int64_t>(free));
+    record.poolSize.set(static_cast<int64_t>(free + out));
+    mLedger->usePool(mBufferPool->mTable);
+}
+
+void APipe::tracePublished() const {
+    const APipeStageRecord& record = mLedger->record();
+    mTrace->counters(record.pending.inputs.count.get(), record.pending.outputs.count.get(),
+                     record.poolFree.get());
 }
 
 void APipe::armWatches() {
@@ -114,9 +97,8 @@ void APipe::armWatches() {
 void APipe::onStallTick() {
     mLedger->readClock();
     const int64_t nowMs = mLedger->nowMs();
-    const APipeStageRecord record = mLedger->record();
     mNoticesAtTick = mNotifier->postedCount();
-    mStallWatch->note(isBusy(record) || mNotifier->untakenCount() > 0, record.progress(), nowMs);
+    mStallWatch->note(isBusy() || mNotifier->untakenCount() > 0, mLedger->progress(), nowMs);
     if (mStallWatch->tick(nowMs)) logStall(this);
     const sp<APipe> previous = mStallWatch->previous();
     for (const APipe* neighbour : {previous.get(), mNextPipe.get()}) {
@@ -143,14 +125,25 @@ APipeStageView APipe::view() const {
     view.generation = mLoop->generation();
     view.hasLooper = mLoop->hasLooper();
     view.hasNext = mNextPipe != nullptr;
-    view.isInitialised = mState == kStateInitialized;
+    view.isCreated = mState == kStateCreated;
     view.untakenNotices = mNotifier->untakenCount();
     view.activity = mLedger->activity();
-    view.record = mLedger->record();
     view.counts = mLedger->counts();
+    view.forgottenByLastFlush = mLedger->forgottenByLastFlush();
     view.failure = mLedger->failure();
-    view.queued = std::max<int64_t>(mLoop->intakeCount() - view.record.arrived, 0);
+    view.queued = std::max<int64_t>(mLoop->intakeCount() - mLedger->arrivedCount(), 0);
     view.nowMs = coarseNowMs();
+    const APipeStageRecord& record = mLedger->record();
+    view.inputs = viewOf(record.pending.inputs);
+    view.outputs = viewOf(record.pending.outputs);
+    view.subInputs = viewOf(record.pending.subInputs);
+    view.metas = viewOf(record.pending.metas);
+    view.toWork = viewOf(record.toWork);
+    view.toSend = viewOf(record.toSend);
+    view.missing = record.pending.missing.get();
+    view.isPaused = record.pending.isPaused.get() != 0;
+    view.poolFree = record.poolFree.get();
+    view.poolSize = record.poolSize.get();
     if (const sp<APipePoolTable> pool = mLedger->pool()) {
         for (const auto& [id, entry] : pool->entries()) {
             const APipeBuffer& buffer = *entry.buffer.unsafe_get();

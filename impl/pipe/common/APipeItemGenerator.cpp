@@ -5,7 +5,6 @@
 
 #include <log/log.h>
 
-#include <iterator>
 #include <utility>
 
 #include "APipeLoopChecker.h"
@@ -44,12 +43,6 @@ sp<ABuffer> frameMetaOf(const sp<AMessage>& meta) {
     sp<ABuffer> frameMeta;
     meta->findBuffer(kFrameMeta, &frameMeta);
     return frameMeta;
-}
-
-APipeQueueRecord describeBuffers(const List<sp<APipeBuffer>>& buffers) {
-    if (buffers.empty()) return {};
-    return {static_cast<int64_t>(buffers.size()), APipePlace::frameOf(**buffers.begin()),
-            APipePlace::frameOf(**std::prev(buffers.end()))};
 }
 
 const APipeRangeInfo* rangeAt(const std::vector<APipeRangeInfo>& infos, int64_t timeUs) {
@@ -134,15 +127,16 @@ void APipeItemGenerator::checkLoop(const char* call) const {
 }
 
 void APipeItemGenerator::describe(APipePending* pending) const {
-    pending->inputs = describeBuffers(mInputBuffers);
-    pending->outputs = describeBuffers(mOutputBuffers);
-    pending->isPaused = mPaused ? 1 : 0;
+    pending->inputs.describe(mInputBuffers);
+    pending->outputs.describe(mOutputBuffers);
+    pending->isPaused.set(mPaused ? 1 : 0);
+    if (mCompletedItems.empty() && mDroppedItems.empty()) return pending->otherBuffers.set(0);
+    int64_t others = 0;
     for (const List<sp<APipeItem>>* items : {&mCompletedItems, &mDroppedItems}) {
-        for (const sp<APipeItem>& item : *items) {
-            for (const sp<APipeBuffer>& buffer : {item->mInput, item->mSubInput, item->mOutput})
-                pending->otherBuffers += buffer != nullptr ? 1 : 0;
-        }
+        for (const sp<APipeItem>& item : *items)
+            others += APipePlace::countBuffers(*item);
     }
+    pending->otherBuffers.set(others);
 }
 
 bool APipeItemGenerator::acceptsItem(const sp<APipeItem>& item) {
@@ -310,17 +304,17 @@ sp<APipeItem> APipePortraitItemGenerator::getCompletedItem() {
 
 void APipePortraitItemGenerator::describe(APipePending* pending) const {
     APipeItemGenerator::describe(pending);
-    pending->subInputs = describeBuffers(mSubInputBuffers);
-    if (!mItemMetas.empty()) {
-        pending->metas = {static_cast<int64_t>(mItemMetas.size()), timeOf(*mItemMetas.begin()),
-                          timeOf(*std::prev(mItemMetas.end()))};
+    pending->subInputs.describe(mSubInputBuffers);
+    pending->metas.describe(mItemMetas, timeOf);
+    int64_t missing = APipePending::kNothing;
+    if (!mInputBuffers.empty()) {
+        if (mSubInputBuffers.empty()) {
+            missing = APipePending::kSubInput;
+        } else if (frameMetaOf((*mInputBuffers.begin())->getMeta()) == nullptr) {
+            missing = APipePending::kMetadata;
+        }
     }
-    if (mInputBuffers.empty()) return;
-    if (mSubInputBuffers.empty()) {
-        pending->missing = APipePending::kSubInput;
-    } else if (frameMetaOf((*mInputBuffers.begin())->getMeta()) == nullptr) {
-        pending->missing = APipePending::kMetadata;
-    }
+    pending->missing.set(missing);
 }
 
 void APipePortraitItemGenerator::handleInput(const sp<APipeItem>& item) {

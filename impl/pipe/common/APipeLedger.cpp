@@ -12,24 +12,50 @@ void forEachBuffer(const APipeItem& item, const Visit& visit) {
     if (item.mOutput != nullptr) visit(item.mOutput);
 }
 
+void noteFrame(const sp<APipeBuffer>& input) {
+    int64_t timeUs = -1;
+    input->getMeta()->findInt64("timeUs", &timeUs);
+    APipePlace::setFrame(*input, timeUs);
+}
+
 }  // namespace
 
 APipeLedger::APipeLedger() {
     startStay();
 }
 
+// --- The stage's loop ---
+
+void APipeLedger::begin(int64_t itemsMade) {
+    mArrived.set(itemsMade);
+    for (APipeGauge& left : mLeft)
+        left.set(0);
+    for (APipeGauge* count : {&mStale, &mFailed, &mForgotten, &mLastForgotten, &mWorked, &mTaken})
+        count->set(0);
+    mHere = 0;
+    mFailedHere = 0;
+    mProgress = 0;
+    const Mutex::Autolock lock(mMutex);
+    mAtFlush = {};
+    startStay();
+}
+
 void APipeLedger::arrive(const APipeItem& item, bool isStale) {
-    ++mArrived;
+    mArrived.add(1);
     if (isStale) {
         forEachBuffer(item, [this](const sp<APipeBuffer>& buffer) {
-            ++mCounts.taken;
-            ++mCounts.stale;
+            mTaken.add(1);
+            mStale.add(1);
+            ++mProgress;
             put(buffer, APipePlace::kOutside);
         });
         return;
     }
-    if (item.mInput != nullptr) takeInput(item.mInput);
-    if (item.mSubInput != nullptr) takeInput(item.mSubInput);
+    for (const sp<APipeBuffer>* input : {&item.mInput, &item.mSubInput}) {
+        if (*input == nullptr) continue;
+        noteFrame(*input);
+        take(*input);
+    }
     if (item.mOutput != nullptr) takeOutput(item.mOutput);
 }
 
@@ -38,26 +64,12 @@ void APipeLedger::takeOutput(const sp<APipeBuffer>& buffer) {
     take(buffer);
 }
 
-void APipeLedger::takeInput(const sp<APipeBuffer>& buffer) {
-    int64_t timeUs = -1;
-    buffer->getMeta()->findInt64("timeUs", &timeUs);
-    APipePlace::setFrame(*buffer, timeUs);
-    take(buffer);
-}
-
-void APipeLedger::take(const sp<APipeBuffer>& buffer) {
-    if (isInside(buffer)) return;
-    ++mCounts.taken;
-    put(buffer, APipePlace::kInGenerator);
-}
-
 void APipeLedger::toWork(const APipeItem& item) {
-    ++mCounts.worked;
+    mWorked.add(1);
     forEachBuffer(item,
                   [this](const sp<APipeBuffer>& buffer) { move(buffer, APipePlace::kInWork); });
-    if (item.mInput != nullptr && item.mOutput != nullptr) {
-        APipePlace::setFrame(*item.mOutput, APipePlace::frameOf(*item.mInput));
-    }
+    if (item.mOutput != nullptr)
+        APipePlace::setFrame(*item.mOutput, APipePlace::frameOf(item.mInput));
 }
 
 void APipeLedger::fail(const APipeItem& item) {
@@ -69,6 +81,7 @@ void APipeLedger::fail(const APipeItem& item) {
 }
 
 void APipeLedger::retry(const APipeItem& item) {
+    if (mFailedHere == 0) return;
     forEachBuffer(item, [this](const sp<APipeBuffer>& buffer) {
         const APipePlace place = APipePlace::of(*buffer);
         if (!place.isInside(stay()) || place.kind != APipePlace::kFailed) return;
@@ -77,46 +90,34 @@ void APipeLedger::retry(const APipeItem& item) {
     });
 }
 
-bool APipeLedger::leave(const sp<APipeBuffer>& buffer, int64_t APipeCounts::*fate) {
+bool APipeLedger::leave(const sp<APipeBuffer>& buffer, Fate fate) {
     const APipePlace place = APipePlace::of(*buffer);
     if (!place.isInside(stay())) return false;
     if (place.kind == APipePlace::kFailed) countFailed(-1);
-    ++(mCounts.*fate);
+    mLeft[fate].add(1);
+    --mHere;
+    ++mProgress;
     put(buffer, APipePlace::kOutside);
     return true;
 }
 
 void APipeLedger::takeBack(const sp<APipeBuffer>& buffer) {
-    --mCounts.sentOn;
+    mLeft[kSentOn].add(-1);
+    ++mHere;
+    --mProgress;
     put(buffer, APipePlace::kToSend);
 }
 
 void APipeLedger::forget() {
-    mCounts.forgotten += held();
+    mLastForgotten.set(mHere - mFailedHere);
+    mForgotten.add(mLastForgotten.get());
+    mProgress += mHere;
+    mHere = 0;
     mFailedHere = 0;
-    mAtFlush = mCounts;
+    const APipeCounts now = counts();
+    const Mutex::Autolock lock(mMutex);
+    mAtFlush = now;
     startStay();
-}
-
-void APipeLedger::begin(int64_t itemsMade) {
-    mArrived = itemsMade;
-    mCounts = {};
-    mAtFlush = {};
-    mFailedHere = 0;
-    startStay();
-}
-
-void APipeLedger::enter(APipeActivity::Kind kind, int64_t frameUs) {
-    mActivity.write({kind, mNowMs, frameUs});
-}
-
-void APipeLedger::publish(APipeStageRecord* record, int64_t listed) {
-    mCounts.held = held();
-    mCounts.kept = mCounts.held + mFailedHere - listed;
-    record->counts = mCounts;
-    record->countsAtFlush = mAtFlush;
-    record->arrived = mArrived;
-    mRecord.write(*record);
 }
 
 void APipeLedger::usePool(const sp<APipePoolTable>& pool) {
@@ -126,17 +127,43 @@ void APipeLedger::usePool(const sp<APipePoolTable>& pool) {
     mPool = pool;
 }
 
-bool APipeLedger::announce(const sp<APipeBuffer>& buffer) {
-    if (isInside(buffer)) return false;
-    APipePlace{APipePlace::kOnTheWay, stay(), coarseNowMs()}.putOn(*buffer);
-    return true;
+void APipeLedger::take(const sp<APipeBuffer>& buffer) {
+    if (isInside(buffer)) return;
+    mTaken.add(1);
+    ++mHere;
+    put(buffer, APipePlace::kInGenerator);
 }
+
+void APipeLedger::move(const sp<APipeBuffer>& buffer, APipePlace::Kind kind) {
+    if (isInside(buffer)) put(buffer, kind);
+}
+
+void APipeLedger::countFailed(int64_t change) {
+    mFailed.add(change);
+    mFailedHere += change;
+}
+
+void APipeLedger::startStay() {
+    static std::atomic<uint32_t> last = 0;
+    uint32_t stay = 0;
+    while (stay == 0)
+        stay = (last.fetch_add(1, std::memory_order_relaxed) + 1) & APipePlace::kStayMask;
+    mStay.store(stay, std::memory_order_relaxed);
+}
+
+// --- Any thread ---
 
 void APipeLedger::startAnew() {
     for (std::atomic<int64_t>& refused : mRefused)
         refused.store(0, std::memory_order_relaxed);
     const Mutex::Autolock lock(mMutex);
     mFailure = {};
+}
+
+bool APipeLedger::announce(const sp<APipeBuffer>& buffer, int64_t nowMs) {
+    if (isInside(buffer)) return false;
+    APipePlace{APipePlace::kOnTheWay, stay(), nowMs}.putOn(*buffer);
+    return true;
 }
 
 bool APipeLedger::refuse(APipeCounts::Refusal why) {
@@ -155,17 +182,45 @@ void APipeLedger::noteFailure(status_t engine, int64_t frameUs) {
     mFailure.frameUs = frameUs;
 }
 
+APipeActivity APipeLedger::activity() const {
+    const int64_t word = mActivity.get();
+    constexpr int64_t kMask = (1 << kActivityBits) - 1;
+    const auto kind = static_cast<APipeActivity::Kind>(word & kMask);
+    const int64_t frameUs = kind == APipeActivity::kInWork ? mWorkFrame.get() : -1;
+    return {kind, word >> kActivityBits, frameUs};
+}
+
 APipeCounts APipeLedger::counts() const {
-    APipeCounts counts = record().counts;
-    addRefusals(&counts);
+    APipeCounts counts;
+    counts.sentOn = mLeft[kSentOn].get();
+    counts.sentHome = mLeft[kSentHome].get();
+    counts.givenUp = mLeft[kGivenUp].get();
+    counts.stale = mStale.get();
+    counts.failed = mFailed.get();
+    counts.forgotten = mForgotten.get();
+    counts.worked = mWorked.get();
+    counts.kept = mRecord.kept.get();
+    // Last, so that what has left was taken.
+    counts.taken = mTaken.get();
+    counts.held = counts.taken - counts.sentOn - counts.sentHome - counts.givenUp - counts.stale -
+                  counts.failed - counts.forgotten;
+    for (size_t i = 0; i < mRefused.size(); ++i)
+        counts.refused[i] = mRefused[i].load(std::memory_order_relaxed);
     return counts;
 }
 
+APipeCounts APipeLedger::countsAtFlush() const {
+    const Mutex::Autolock lock(mMutex);
+    return mAtFlush;
+}
+
 APipeCounts APipeLedger::countsSinceFlush() const {
-    const APipeStageRecord record = this->record();
-    APipeCounts counts = record.counts.since(record.countsAtFlush);
-    addRefusals(&counts);
-    return counts;
+    for (;;) {
+        const uint32_t begun = stay();
+        const APipeCounts before = countsAtFlush();
+        const APipeCounts now = counts();
+        if (stay() == begun) return now.since(before);
+    }
 }
 
 APipeLedger::Failure APipeLedger::failure() const {
@@ -176,41 +231,6 @@ APipeLedger::Failure APipeLedger::failure() const {
 sp<APipePoolTable> APipeLedger::pool() const {
     const Mutex::Autolock lock(mMutex);
     return mPool;
-}
-
-void APipeLedger::move(const sp<APipeBuffer>& buffer, APipePlace::Kind kind) {
-    if (isInside(buffer)) put(buffer, kind);
-}
-
-void APipeLedger::put(const sp<APipeBuffer>& buffer, APipePlace::Kind kind) const {
-    APipePlace{kind, stay(), mNowMs}.putOn(*buffer);
-}
-
-bool APipeLedger::isInside(const sp<APipeBuffer>& buffer) const {
-    return APipePlace::of(*buffer).isInside(stay());
-}
-
-int64_t APipeLedger::held() const {
-    return mCounts.taken - mCounts.sentOn - mCounts.sentHome - mCounts.givenUp - mCounts.stale -
-           mCounts.failed - mCounts.forgotten;
-}
-
-void APipeLedger::countFailed(int64_t change) {
-    mCounts.failed += change;
-    mFailedHere += change;
-}
-
-void APipeLedger::startStay() {
-    static std::atomic<uint32_t> last = 0;
-    uint32_t stay = 0;
-    while (stay == 0)
-        stay = (last.fetch_add(1, std::memory_order_relaxed) + 1) & APipePlace::kStayMask;
-    mStay.store(stay, std::memory_order_relaxed);
-}
-
-void APipeLedger::addRefusals(APipeCounts* counts) const {
-    for (size_t i = 0; i < counts->refused.size(); ++i)
-        counts->refused[i] = mRefused[i].load(std::memory_order_relaxed);
 }
 
 }  // namespace android

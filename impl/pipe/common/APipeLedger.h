@@ -16,21 +16,22 @@
 #include "APipeItemGenerator.h"
 #include "APipePlace.h"
 #include "APipePoolTable.h"
-#include "APipePublished.h"
 #include "APipeStageRecord.h"
 
 namespace android {
 
-/// The stage's loop writes it with plain stores while it handles a message and publishes it at the
-/// end of the message and before each work. Anyone may read what is published, at any time, without
-/// waiting for the loop.
+/// The stage's loop writes it with plain stores, as things happen; anyone may read it, at any time,
+/// without waiting for the loop.
 ///
-/// A buffer's own place is what is counted by: one enters a stage when it is taken and leaves it
+/// A buffer's own place is what is counted by: it enters a stage when it is taken and leaves it
 /// once, so what a stage of one's own sends home twice is not counted twice.
 ///
 /// Threading: as each group of operations says.
-class APipeLedger : public RefBase {
+class APipeLedger {
 public:
+    /// Where a buffer goes when it leaves a stage.
+    enum Fate : size_t { kSentOn, kSentHome, kGivenUp, kFateCount };
+
     /// The first error of a stage since its init.
     struct Failure {
         status_t notified = OK;  ///< what the client was told
@@ -46,6 +47,17 @@ public:
     void readClock() { mNowMs = coarseNowMs(); }
     int64_t nowMs() const { return mNowMs; }
 
+    /// The counts start at 0 again: the stage's init message has arrived. Of the items made for its
+    /// loop until now none will.
+    void begin(int64_t itemsMade) EXCLUDES(mMutex);
+    void enter(APipeActivity::Kind kind) {
+        mActivity.set(static_cast<int64_t>(kind) | mNowMs << kActivityBits);
+    }
+    void enterWork(int64_t frameUs) {
+        mWorkFrame.set(frameUs);
+        enter(APipeActivity::kInWork);
+    }
+
     /// An item has come out of the message queue, perhaps too late.
     void arrive(const APipeItem& item, bool isStale);
     /// An empty buffer for the generator, from a client or the stage's own pool.
@@ -55,19 +67,18 @@ public:
     /// The work on an item has failed; it stays where it is. Or is tried again.
     void fail(const APipeItem& item);
     void retry(const APipeItem& item);
-    /// A buffer leaves the stage. False when it was not in it.
-    bool leave(const sp<APipeBuffer>& buffer, int64_t APipeCounts::*fate);
+    /// False when the buffer was not in the stage.
+    bool leave(const sp<APipeBuffer>& buffer, Fate fate);
     /// The next stage has refused what was sent on.
     void takeBack(const sp<APipeBuffer>& buffer);
     /// A flush or release: whatever is held is the client's or the pool's again.
-    void forget();
+    void forget() EXCLUDES(mMutex);
 
-    /// The counts start at 0 again: the stage's init message has arrived. Of the items made for its
-    /// loop until now none will.
-    void begin(int64_t itemsMade);
-    void enter(APipeActivity::Kind kind, int64_t frameUs = -1);
-    /// Completes the record with the counts; listed is how many buffers are in the stage's lists.
-    void publish(APipeStageRecord* record, int64_t listed);
+    /// Grows with every buffer that leaves the stage.
+    int64_t progress() const { return mProgress; }
+    /// How many of the buffers held are in none of the stage's lists, given how many are.
+    int64_t keptBeside(int64_t listed) const { return mHere - listed; }
+    APipeStageRecord& record() { return mRecord; }
     /// The stage's pool is now this one, or none.
     void usePool(const sp<APipePoolTable>& pool) EXCLUDES(mMutex);
 
@@ -76,49 +87,63 @@ public:
     /// Forgets the refusals and the failure of the time before an init.
     void startAnew() EXCLUDES(mMutex);
     /// A buffer is about to be queued into this stage. False when it is in it already.
-    bool announce(const sp<APipeBuffer>& buffer);
+    bool announce(const sp<APipeBuffer>& buffer, int64_t nowMs);
     /// Counts a refused item; true for the first of its reason since init.
     bool refuse(APipeCounts::Refusal why);
     void noteError(status_t notified) EXCLUDES(mMutex);
     void noteFailure(status_t engine, int64_t frameUs) EXCLUDES(mMutex);
 
     uint32_t stay() const { return mStay.load(std::memory_order_relaxed); }
-    APipeStageRecord record() const { return mRecord.read(); }
-    APipeActivity activity() const { return mActivity.read(); }
+    const APipeStageRecord& record() const { return mRecord; }
+    APipeActivity activity() const;
+    int64_t arrivedCount() const { return mArrived.get(); }
     APipeCounts counts() const;
-    APipeCounts countsSinceFlush() const;
+    APipeCounts countsSinceFlush() const EXCLUDES(mMutex);
+    int64_t forgottenByLastFlush() const { return mLastForgotten.get(); }
     Failure failure() const EXCLUDES(mMutex);
     sp<APipePoolTable> pool() const EXCLUDES(mMutex);
 
-protected:
-    ~APipeLedger() override = default;
-
 private:
+    static constexpr unsigned kActivityBits = 4;
+
     void take(const sp<APipeBuffer>& buffer);
-    void takeInput(const sp<APipeBuffer>& buffer);
     void move(const sp<APipeBuffer>& buffer, APipePlace::Kind kind);
-    void put(const sp<APipeBuffer>& buffer, APipePlace::Kind kind) const;
-    bool isInside(const sp<APipeBuffer>& buffer) const;
-    int64_t held() const;
+    void put(const sp<APipeBuffer>& buffer, APipePlace::Kind kind) const {
+        APipePlace{kind, stay(), mNowMs}.putOn(*buffer);
+    }
+    bool isInside(const sp<APipeBuffer>& buffer) const {
+        return APipePlace::of(*buffer).isInside(stay());
+    }
+    APipeCounts countsAtFlush() const EXCLUDES(mMutex);
     void countFailed(int64_t change);
     void startStay();
-    void addRefusals(APipeCounts* counts) const;
 
     std::atomic<uint32_t> mStay = 0;
 
     // The loop's own.
     int64_t mNowMs = 0;
-    int64_t mArrived = 0;
-    APipeCounts mCounts;
-    APipeCounts mAtFlush;
+    int64_t mHere = 0;        // held or failed
+    int64_t mFailedHere = 0;  // of mFailed, what no flush has forgotten yet
+    int64_t mProgress = 0;
     const APipePoolTable* mKnownPool = nullptr;
-    int64_t mFailedHere = 0;  // of mCounts.failed, what no flush has forgotten yet
 
-    APipePublished<APipeStageRecord> mRecord;
-    APipePublished<APipeActivity> mActivity;
+    // A count that leaves the stage is written after mTaken, and read before it.
+    APipeGauge mTaken;
+    std::array<APipeGauge, kFateCount> mLeft;
+    APipeGauge mStale;
+    APipeGauge mFailed;
+    APipeGauge mForgotten;
+    APipeGauge mLastForgotten;
+    APipeGauge mWorked;
+    APipeGauge mArrived;
+    APipeStageRecord mRecord;
+    APipeGauge mActivity;  // its kind, and above kActivityBits since when
+    APipeGauge mWorkFrame{-1};
+
     std::array<std::atomic<int64_t>, APipeCounts::kRefusalCount> mRefused{};
 
     mutable Mutex mMutex;
+    APipeCounts mAtFlush GUARDED_BY(mMutex);
     Failure mFailure GUARDED_BY(mMutex);
     sp<APipePoolTable> mPool GUARDED_BY(mMutex);
 };

@@ -7,6 +7,7 @@
 #include <time.h>
 
 #include "APipeBuffer.h"
+#include "APipeItemGenerator.h"
 
 namespace android {
 
@@ -59,6 +60,10 @@ struct APipePlace {
         buffer.mFrameUs.store(timeUs, std::memory_order_relaxed);
     }
 
+    static int64_t countBuffers(const APipeItem& item) {
+        return (item.mInput != nullptr ? 1 : 0) + (item.mSubInput != nullptr ? 1 : 0) +
+               (item.mOutput != nullptr ? 1 : 0);
+    }
     /// A client knows its buffers by their numbers.
     static bool isClients(const APipeBuffer& buffer) {
         return buffer.getMeta()->contains("bufferId");

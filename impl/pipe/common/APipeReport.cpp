@@ -13,7 +13,6 @@ namespace android {
 namespace {
 
 constexpr size_t kNoHolder = SIZE_MAX;
-constexpr int32_t kCreated = 0;
 
 std::string ageText(int64_t nowMs, int64_t sinceMs) {
     constexpr double kMsPerSecond = 1'000;
@@ -31,7 +30,7 @@ std::string countText(int64_t count, const char* noun) {
     return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
-std::string queueText(const APipeQueueRecord& queue, const char* noun) {
+std::string queueText(const APipeStageView::Queue& queue, const char* noun) {
     std::string text = countText(queue.count, noun);
     if (queue.count == 0 || queue.firstUs < 0) return text;
     text += " (" + std::to_string(queue.firstUs);
@@ -59,12 +58,8 @@ std::string activityText(const APipeStageView& view) {
 
 std::string stateText(const APipeStageView& view) {
     if (!view.hasLooper) return "without a loop";
-    std::string text = "created";
-    if (view.failure.notified != OK) {
-        text = "in error";
-    } else if (view.isInitialised) {
-        text = "initialised";
-    }
+    std::string text = view.isCreated ? "created" : "initialised";
+    if (view.failure.notified != OK) text = "in error";
     return text + ", generation " + std::to_string(view.generation) + "; " + activityText(view);
 }
 
@@ -74,13 +69,12 @@ std::string failureText(const APipeLedger::Failure& failure) {
 }
 
 std::string generatorText(const APipeStageView& view) {
-    const APipePending& pending = view.record.pending;
-    std::string text = "generator: " + queueText(pending.inputs, "input") + ", " +
-                       queueText(pending.outputs, "output");
-    if (pending.subInputs.count > 0) text += ", " + queueText(pending.subInputs, "sub input");
-    if (pending.metas.count > 0) text += ", metadata of " + queueText(pending.metas, "frame");
-    text += "; to work on: " + queueText(view.record.toWork, "item");
-    if (view.hasNext) text += "; for the next stage: " + queueText(view.record.toSend, "output");
+    std::string text =
+        "generator: " + queueText(view.inputs, "input") + ", " + queueText(view.outputs, "output");
+    if (view.subInputs.count > 0) text += ", " + queueText(view.subInputs, "sub input");
+    if (view.metas.count > 0) text += ", metadata of " + queueText(view.metas, "frame");
+    text += "; to work on: " + queueText(view.toWork, "item");
+    if (view.hasNext) text += "; for the next stage: " + queueText(view.toSend, "output");
     if (view.queued > 0) text += "; on their way to it: " + countText(view.queued, "item");
     return text;
 }
@@ -103,7 +97,6 @@ APipeReport::Wait APipeReport::waitOf(size_t stage) const {
 
 // What has to do with the stage itself, whatever its inputs are.
 APipeReport::Wait APipeReport::waitOfLoop(const APipeStageView& view) const {
-    const APipeStageRecord& record = view.record;
     const std::string age = ageText(view.nowMs, view.activity.sinceMs);
     if (!view.hasLooper) return {"has no loop: it was never initialised, or released", true};
     if (view.failure.notified != OK) {
@@ -121,21 +114,21 @@ APipeReport::Wait APipeReport::waitOfLoop(const APipeStageView& view) const {
         return {"its work on " + frameText(view.activity.frameUs) + " has been running for " + age,
                 false};
     }
-    if (record.state == kCreated && view.activity.kind != APipeActivity::kNone)
+    if (view.isCreated && view.activity.kind != APipeActivity::kNone)
         return {"its onInit never called APipe::onInit", false};
-    if (record.toWork.count > 0) {
-        return {"has " + countText(record.toWork.count, "item") +
+    if (view.toWork.count > 0) {
+        return {"has " + countText(view.toWork.count, "item") +
                     " to work on and took no step: did its onWork leave them in mWorkItems?",
                 false};
     }
-    if (record.toSend.count > 0) {
-        return {"has " + countText(record.toSend.count, "output") +
+    if (view.toSend.count > 0) {
+        return {"has " + countText(view.toSend.count, "output") +
                     " for the next stage and does not send them: did its onWork call "
                     "APipe::onWork?",
                 false};
     }
-    if (record.counts.kept > 0) {
-        return {"keeps " + countText(record.counts.kept, "buffer") +
+    if (view.counts.kept > 0) {
+        return {"keeps " + countText(view.counts.kept, "buffer") +
                     " that it took from mWorkItems: send inputs home and outputs on",
                 false};
     }
@@ -144,35 +137,34 @@ APipeReport::Wait APipeReport::waitOfLoop(const APipeStageView& view) const {
 
 APipeReport::Wait APipeReport::waitOfInputs(size_t stage) const {
     const APipeStageView& view = mStages[stage];
-    const APipePending& pending = view.record.pending;
-    if (pending.inputs.count == 0) {
-        if (pending.subInputs.count > 0) {
-            return {"waits for the input of " + frameText(pending.subInputs.firstUs) +
+    if (view.inputs.count == 0) {
+        if (view.subInputs.count > 0) {
+            return {"waits for the input of " + frameText(view.subInputs.firstUs) +
                         ", whose sub input is there",
                     true};
         }
         return {"nothing to do: waits for an input from " + nameBefore(stage), true};
     }
-    if (pending.isPaused != 0) {
-        return {"is paused with " + countText(pending.inputs.count, "input") + " pending", true};
+    if (view.isPaused) {
+        return {"is paused with " + countText(view.inputs.count, "input") + " pending", true};
     }
-    if (pending.outputs.count == 0) {
+    if (view.outputs.count == 0) {
         return view.hasNext ? waitForPoolBuffer(stage) : waitForClientsOutput(view);
     }
-    if (pending.missing == APipePending::kMetadata)
-        return {"waits for metadata of " + frameText(pending.inputs.firstUs), true};
-    if (pending.missing == APipePending::kSubInput)
-        return {"waits for the sub input of " + frameText(pending.inputs.firstUs), true};
-    return {"its generator has " + countText(pending.inputs.count, "input") + " and " +
-                countText(pending.outputs.count, "output") + " and completes no item",
+    if (view.missing == APipePending::kMetadata)
+        return {"waits for metadata of " + frameText(view.inputs.firstUs), true};
+    if (view.missing == APipePending::kSubInput)
+        return {"waits for the sub input of " + frameText(view.inputs.firstUs), true};
+    return {"its generator has " + countText(view.inputs.count, "input") + " and " +
+                countText(view.outputs.count, "output") + " and completes no item",
             false};
 }
 
 APipeReport::Wait APipeReport::waitForClientsOutput(const APipeStageView& view) const {
-    std::string what = "waits for an output from the client: " +
-                       countText(view.record.pending.inputs.count, "input") +
-                       " queued, none pending";
-    const int64_t forgotten = view.record.countsAtFlush.forgotten;
+    std::string what =
+        "waits for an output from the client: " + countText(view.inputs.count, "input") +
+        " queued, none pending";
+    const int64_t forgotten = view.forgottenByLastFlush;
     if (forgotten > 0) {
         what += "; its last flush forgot " + countText(forgotten, "buffer") +
                 ": queue outputs after the flush-completed notice";
@@ -182,13 +174,12 @@ APipeReport::Wait APipeReport::waitForClientsOutput(const APipeStageView& view) 
 
 APipeReport::Wait APipeReport::waitForPoolBuffer(size_t stage) const {
     const APipeStageView& view = mStages[stage];
-    const APipeStageRecord& record = view.record;
-    if (record.poolSize == APipeStageRecord::kNoPool)
+    if (view.poolSize == APipeStageRecord::kNoPool)
         return {"has no pool for its outputs: its onInit must call setBufferInfo", false};
-    if (record.poolSize == 0)
+    if (view.poolSize == 0)
         return {"waits for a free pool buffer: its pool has none, setBufferInfo asked for 0",
                 false};
-    if (record.poolFree > 0)
+    if (view.poolFree > 0)
         return {"has a free pool buffer, but nothing came since that makes it take one", false};
 
     std::map<size_t, int64_t> held;  // how many by each stage
@@ -201,7 +192,7 @@ APipeReport::Wait APipeReport::waitForPoolBuffer(size_t stage) const {
     Wait wait{"waits for a free pool buffer:", false};
     const char* separator = " ";
     for (const auto& [holder, count] : held) {
-        wait.what += separator + std::to_string(count) + " of " + std::to_string(record.poolSize) +
+        wait.what += separator + std::to_string(count) + " of " + std::to_string(view.poolSize) +
                      (count == 1 ? " is with " : " are with ") +
                      (holder == kNoHolder ? "someone outside" : mStages[holder].name);
         separator = ", ";
@@ -220,7 +211,7 @@ std::string APipeReport::stageText(size_t stage) const {
     std::string text = view.name + "  " + stateText(view);
     text += "\n    " + waitOf(stage).what;
     text += "\n    " + generatorText(view);
-    if (view.record.poolSize != APipeStageRecord::kNoPool) text += "\n    " + poolText(stage);
+    if (view.poolSize != APipeStageRecord::kNoPool) text += "\n    " + poolText(stage);
     text += "\n    " + view.counts.toString();
     return text;
 }
@@ -265,8 +256,8 @@ std::string APipeReport::placeText(const APipePlace& place, size_t stage) const 
 
 std::string APipeReport::poolText(size_t stage) const {
     const APipeStageView& view = mStages[stage];
-    std::string text = "pool: " + std::to_string(view.record.poolFree) + " of " +
-                       std::to_string(view.record.poolSize) + " free";
+    std::string text =
+        "pool: " + std::to_string(view.poolFree) + " of " + std::to_string(view.poolSize) + " free";
     for (const APipeStageView::PoolBuffer& buffer : view.pool) {
         if (buffer.place.kind == APipePlace::kInPool && !buffer.isTakenByFlush) continue;
         text += "; #" + std::to_string(buffer.id);

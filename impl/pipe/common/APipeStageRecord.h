@@ -1,21 +1,63 @@
 // APipeStageRecord: what a stage's loop tells of itself after every message.
 #pragma once
 
-#include <cstdint>
+#include <utils/List.h>
+#include <utils/StrongPointer.h>
 
-#include "APipeCounts.h"
+#include <atomic>
+#include <cstdint>
+#include <iterator>
+
+#include "APipeItemGenerator.h"
+#include "APipePlace.h"
 
 namespace android {
 
-/// A list of buffers or metadata: how many, and the times of the first and the last; -1 without
-/// one.
-struct APipeQueueRecord {
-    int64_t count = 0;
-    int64_t firstUs = -1;
-    int64_t lastUs = -1;
+/// A number that a stage's loop writes and any thread reads. Each is right by itself; of two that
+/// change together a reader may see one before the other.
+///
+/// Threading: one writer, any reader.
+class APipeGauge {
+public:
+    explicit APipeGauge(int64_t value = 0) : mValue(value) {}
+
+    // Acquire and release: who sees a count sees at least what was counted before it.
+    int64_t get() const { return mValue.load(std::memory_order_acquire); }
+    void set(int64_t value) { mValue.store(value, std::memory_order_release); }
+    // No read-modify-write: there is one writer.
+    void add(int64_t change) { set(mValue.load(std::memory_order_relaxed) + change); }
+
+private:
+    std::atomic<int64_t> mValue;
 };
 
-/// What waits in a generator. Its counts leave out what it has dropped or completed.
+/// A list of buffers, items or metadata: how many, and the frame times of the first and the last;
+/// -1 without one.
+struct APipeQueueRecord {
+    APipeGauge count;
+    APipeGauge firstUs{-1};
+    APipeGauge lastUs{-1};
+
+    /// timeOf gives an element's frame time.
+    template <typename T, typename TimeOf>
+    void describe(const List<T>& list, const TimeOf& timeOf) {
+        if (list.empty()) return count.set(0);
+        count.set(static_cast<int64_t>(list.size()));
+        firstUs.set(timeOf(*list.begin()));
+        lastUs.set(timeOf(*std::prev(list.end())));
+    }
+    void describe(const List<sp<APipeBuffer>>& buffers) {
+        describe(buffers,
+                 [](const sp<APipeBuffer>& buffer) { return APipePlace::frameOf(buffer); });
+    }
+    /// Of their inputs.
+    void describe(const List<sp<APipeItem>>& items) {
+        describe(items,
+                 [](const sp<APipeItem>& item) { return APipePlace::frameOf(item->mInput); });
+    }
+};
+
+/// What waits in a generator.
 struct APipePending {
     /// What the front input cannot be completed without, though there is an output for it.
     enum Missing : int64_t { kNothing, kSubInput, kMetadata };
@@ -24,40 +66,40 @@ struct APipePending {
     APipeQueueRecord outputs;
     APipeQueueRecord subInputs;
     APipeQueueRecord metas;
-    int64_t otherBuffers = 0;  ///< in completed and dropped items
-    int64_t missing = kNothing;
-    int64_t isPaused = 0;
+    APipeGauge otherBuffers;  ///< in items that are completed or dropped
+    APipeGauge missing{kNothing};
+    APipeGauge isPaused;
+
+    int64_t buffers() const {
+        return inputs.count.get() + outputs.count.get() + subInputs.count.get() +
+               otherBuffers.get();
+    }
 };
 
-/// Numbers of 64 bits throughout, so that it can be published word by word.
+/// What a stage has at hand.
 struct APipeStageRecord {
     static constexpr int64_t kNoPool = -1;
 
-    APipeCounts counts;  ///< since init; refusals are counted elsewhere
-    APipeCounts countsAtFlush;
     APipePending pending;
     APipeQueueRecord toWork;
     APipeQueueRecord toSend;
-    int64_t poolFree = kNoPool;
-    int64_t poolSize = kNoPool;
-    int64_t arrived = 0;  ///< items that were taken from the message queue
-    int64_t state = 0;
+    APipeGauge kept;  ///< as in APipeCounts
+    APipeGauge poolFree{kNoPool};
+    APipeGauge poolSize{kNoPool};
 
     /// Something is in the stage that is to come out of it. Empty outputs wait for inputs, and
     /// metadata alone starts no work.
     bool hasWork() const {
-        return pending.inputs.count > 0 || pending.subInputs.count > 0 || toWork.count > 0 ||
-               toSend.count > 0 || counts.kept > 0;
+        return pending.inputs.count.get() > 0 || pending.subInputs.count.get() > 0 ||
+               toWork.count.get() > 0 || toSend.count.get() > 0 || kept.get() > 0;
     }
-    /// Grows with every buffer that leaves the stage.
-    int64_t progress() const { return counts.taken - counts.held - counts.failed; }
 };
 
 /// What a stage's loop is at.
 struct APipeActivity {
-    enum Kind : int64_t { kNone, kStarting, kIdle, kInWork, kFlushing, kReleasing };
+    enum Kind : uint8_t { kNone, kStarting, kIdle, kInWork, kFlushing, kReleasing };
 
-    int64_t kind = kNone;
+    Kind kind = kNone;
     int64_t sinceMs = 0;  ///< of coarseNowMs()
     int64_t frameUs = -1;
 };

@@ -14,6 +14,12 @@ namespace android {
 
 /// Threading: reentrant; a plain value.
 struct APipeStageView {
+    /// As APipeQueueRecord.
+    struct Queue {
+        int64_t count = 0;
+        int64_t firstUs = -1;
+        int64_t lastUs = -1;
+    };
     struct PoolBuffer {
         int32_t id = 0;
         APipePlace place;
@@ -26,13 +32,23 @@ struct APipeStageView {
     int32_t generation = 0;
     bool hasLooper = false;
     bool hasNext = false;
-    bool isInitialised = false;
-    int64_t queued = 0;  ///< items in the message queue
+    bool isCreated = false;  ///< neither initialised nor in error
+    int64_t queued = 0;      ///< items in the message queue
     int64_t untakenNotices = 0;
     int64_t nowMs = 0;
-    APipeStageRecord record;
+    Queue inputs;
+    Queue outputs;
+    Queue subInputs;
+    Queue metas;
+    Queue toWork;
+    Queue toSend;
+    int64_t missing = APipePending::kNothing;
+    bool isPaused = false;
+    int64_t poolFree = APipeStageRecord::kNoPool;
+    int64_t poolSize = APipeStageRecord::kNoPool;
     APipeActivity activity;
     APipeCounts counts;
+    int64_t forgottenByLastFlush = 0;
     APipeLedger::Failure failure;
     std::vector<PoolBuffer> pool;
 };

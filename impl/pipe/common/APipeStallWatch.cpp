@@ -47,7 +47,7 @@ bool APipeStallWatch::note(bool hasWork, int64_t progress, int64_t nowMs) {
     }
     mProgress = progress;
     mHasWork = hasWork;
-    return hasWork && !mIsStalled && !mIsArmed.load(std::memory_order_relaxed);
+    return hasWork && !mIsStalled;
 }
 
 bool APipeStallWatch::tick(int64_t nowMs) {

@@ -33,7 +33,7 @@ public:
 
     /// Makes sure that a tick is on its way.
     void arm() { armFor(timeUs()); }
-    bool isArmed() const { return mIsArmed; }
+    bool isArmed() const { return mIsArmed.load(std::memory_order_relaxed); }
 
     /// The stage before this one, while there is one that has initialised it.
     void setPrevious(const wp<APipe>& stage) EXCLUDES(mMutex);
@@ -43,7 +43,7 @@ public:
     void begin();
 
     /// After a message: whether the stage has something to do, and a number that grows with its
-    /// progress. True when a tick has to be armed.
+    /// progress. True when ticks have to be armed.
     bool note(bool hasWork, int64_t progress, int64_t nowMs);
 
     /// A tick has come. True when a stall has begun; call arm() no more until note() says so.

@@ -1,9 +1,5 @@
 // What a stage tells the system trace.
-#define ATRACE_TAG ATRACE_TAG_VIDEO
-
 #include "APipeTrace.h"
-
-#include <utils/Trace.h>
 
 namespace android {
 
@@ -23,7 +19,7 @@ APipeTrace::APipeTrace(const std::string& stage)
       mOutputs(stage + " outputs") {}
 
 std::string APipeTrace::workName(int64_t timeUs) const {
-    return ATRACE_ENABLED() ? mStage + " " + std::to_string(timeUs) : std::string();
+    return isOn() ? mStage + " " + std::to_string(timeUs) : std::string();
 }
 
 void APipeTrace::beginWait(int64_t timeUs) const {
@@ -43,20 +39,16 @@ void APipeTrace::endFrame(int64_t timeUs) {
 }
 
 void APipeTrace::drop(int64_t timeUs, const char* reason) const {
-    if (!ATRACE_ENABLED()) return;
+    if (!isOn()) return;
     ATRACE_NAME((mStage + " dropped " + std::to_string(timeUs) + ": " + reason).c_str());
     endWait(timeUs);
     endFrame(timeUs);
 }
 
-void APipeTrace::freeBuffers(int64_t count) const {
-    ATRACE_INT(mFreeBuffers.c_str(), static_cast<int32_t>(count));
-}
-
-void APipeTrace::waiting(int64_t inputs, int64_t outputs) const {
-    if (!ATRACE_ENABLED()) return;
+void APipeTrace::counters(int64_t inputs, int64_t outputs, int64_t freeBuffers) const {
     ATRACE_INT(mInputs.c_str(), static_cast<int32_t>(inputs));
     ATRACE_INT(mOutputs.c_str(), static_cast<int32_t>(outputs));
+    if (freeBuffers >= 0) ATRACE_INT(mFreeBuffers.c_str(), static_cast<int32_t>(freeBuffers));
 }
 
 }  // namespace android

@@ -1,6 +1,11 @@
 // APipeTrace: what a stage tells the system trace.
 #pragma once
 
+#ifndef ATRACE_TAG
+#define ATRACE_TAG ATRACE_TAG_VIDEO
+#endif
+#include <utils/Trace.h>
+
 #include <cstdint>
 #include <string>
 
@@ -13,6 +18,8 @@ namespace android {
 class APipeTrace {
 public:
     explicit APipeTrace(const std::string& stage);
+
+    static bool isOn() { return ATRACE_ENABLED(); }
 
     /// The name of a slice for the work on a frame; empty while nobody traces.
     std::string workName(int64_t timeUs) const;
@@ -27,8 +34,8 @@ public:
     /// A mark on the calling thread, and the end of the frame and its wait.
     void drop(int64_t timeUs, const char* reason) const;
 
-    void freeBuffers(int64_t count) const;
-    void waiting(int64_t inputs, int64_t outputs) const;
+    /// What waits in the generator, and what is free in the pool.
+    void counters(int64_t inputs, int64_t outputs, int64_t freeBuffers) const;
 
 private:
     const std::string mStage;

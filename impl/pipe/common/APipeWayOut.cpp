@@ -14,10 +14,10 @@ namespace android {
 
 void APipe::sendDroppedHome() {
     for (const sp<APipeItem>& item : mItemGenerator->takeDroppedItems())
-        giveBack(*item, &APipeCounts::givenUp);
+        giveBack(*item, APipeLedger::kGivenUp);
 }
 
-void APipe::giveBack(const APipeItem& item, int64_t APipeCounts::*fate) {
+void APipe::giveBack(const APipeItem& item, size_t fate) {
     if (item.mInput != nullptr) {
         mTrace->drop(APipePlace::frameOf(item.mInput), "given up");
         giveInputBack(item.mInput, fate);
@@ -28,10 +28,10 @@ void APipe::giveBack(const APipeItem& item, int64_t APipeCounts::*fate) {
 
 void APipe::notifyInputBufferDone(const sp<APipeBuffer>& buffer) {
     APipeLoopChecker::check(mLoopChecker, __func__);
-    giveInputBack(buffer, &APipeCounts::sentHome);
+    giveInputBack(buffer, APipeLedger::kSentHome);
 }
 
-void APipe::giveInputBack(const sp<APipeBuffer>& buffer, int64_t APipeCounts::*fate) {
+void APipe::giveInputBack(const sp<APipeBuffer>& buffer, size_t fate) {
     leave(buffer, fate, "notifyInputBufferDone");
     int32_t bufferId;
     if (!buffer->getMeta()->findInt32("bufferId", &bufferId)) {
@@ -57,11 +57,10 @@ void APipe::notifyOutputBufferDone(const sp<APipeBuffer>& buffer, BufferFlag fla
     APipeLoopChecker::check(mLoopChecker, __func__);
     const bool isSentOn = flag == kBufferWithFrame;
     if (mNextPipe != nullptr && isSentOn) return appendOutput(buffer);
-    giveOutputBack(buffer, flag, isSentOn ? &APipeCounts::sentOn : &APipeCounts::sentHome);
+    giveOutputBack(buffer, flag, isSentOn ? APipeLedger::kSentOn : APipeLedger::kSentHome);
 }
 
-void APipe::giveOutputBack(const sp<APipeBuffer>& buffer, BufferFlag flag,
-                           int64_t APipeCounts::*fate) {
+void APipe::giveOutputBack(const sp<APipeBuffer>& buffer, BufferFlag flag, size_t fate) {
     leave(buffer, fate, "notifyOutputBufferDone");
     if (mNextPipe == nullptr || APipePlace::isClients(*buffer)) {
         postOutputDone(buffer, flag);
@@ -70,9 +69,9 @@ void APipe::giveOutputBack(const sp<APipeBuffer>& buffer, BufferFlag flag,
     }
 }
 
-void APipe::leave(const sp<APipeBuffer>& buffer, int64_t APipeCounts::*fate, const char* call) {
+void APipe::leave(const sp<APipeBuffer>& buffer, size_t fate, const char* call) {
     const bool wasSomewhere = APipePlace::of(*buffer).stay != 0;
-    if (mLedger->leave(buffer, fate)) return;
+    if (mLedger->leave(buffer, static_cast<APipeLedger::Fate>(fate))) return;
     ALOGE_IF(APipeLoopChecker::kIsOn && wasSomewhere,
              "[%s] %s of a buffer that is not in the stage, with frame %lld: sent home twice, or "
              "kept over a flush?",

@@ -2,11 +2,14 @@
 #include "MessageQueue.h"
 
 #include "IdleLoops.h"
+#include "ScheduledLoop.h"
 
 #include <media/stagefright/foundation/ALooper.h>
 
 #include <algorithm>
 #include <utility>
+
+#include <time.h>
 
 namespace android::host {
 
@@ -15,6 +18,15 @@ namespace {
 // More than a chain has on its way to one loop, so that a list hardly ever grows.
 constexpr size_t kUsualMessages = 256;
 constexpr size_t kUsualDelayed = 4;
+
+int64_t coarseNowUs() {
+    constexpr int64_t kUsPerSecond = 1'000'000;
+    constexpr int64_t kNsPerUs = 1'000;
+    if (const auto virtualUs = ScheduledLoop::virtualNowUs()) return *virtualUs;
+    timespec now{};
+    clock_gettime(CLOCK_MONOTONIC_COARSE, &now);
+    return now.tv_sec * kUsPerSecond + now.tv_nsec / kNsPerUs;
+}
 
 }  // namespace
 
@@ -35,7 +47,7 @@ bool MessageQueue::push(const sp<AMessage>& message, int64_t delayUs) {
             const int64_t nowUs = ALooper::GetNowUs();
             addDelayed(message, nowUs + std::min(delayUs, kNever - 1 - nowUs));
         } else {
-            mPosted.push_back({message, mDelayed.empty() ? 0 : ALooper::GetNowUs()});
+            mPosted.push_back({message, orderUs()});
             // Relaxed: a hint; what was posted is read under the lock.
             mHasPosted.store(true, std::memory_order_relaxed);
         }
@@ -83,6 +95,13 @@ void MessageQueue::swapBatch() {
     mNext = 0;
     mBatch.swap(mPosted);
     mHasPosted.store(false, std::memory_order_relaxed);
+}
+
+int64_t MessageQueue::orderUs() const {
+    // The coarse clock, at a quarter of the price, is behind by a tick at most.
+    constexpr int64_t kTickUs = 10'000;
+    if (mDelayed.empty() || coarseNowUs() + kTickUs < firstDelayedUs()) return 0;
+    return ALooper::GetNowUs();
 }
 
 void MessageQueue::addDelayed(const sp<AMessage>& message, int64_t dueUs) {

@@ -20,8 +20,8 @@ namespace android::host {
 //
 // A message is due when it is posted, or when its delay is over; of two that are due at one time
 // the one posted first goes first. Reading the clock costs as much as the rest of a push, so an
-// undelayed message carries its time only if others were delayed when it was posted: without them
-// everything delayed is posted, and so due, later.
+// undelayed message carries its time only if a delayed one was nearly due when it was posted:
+// otherwise everything delayed is due later.
 //
 // Stopped from the start, until start(). A stopped queue still takes messages; a closed one does
 // not. Shared by the looper, its thread and the registrations of its handlers.
@@ -54,7 +54,7 @@ public:
 private:
     struct Posted {
         sp<AMessage> message;
-        int64_t timeUs;  // 0: posted while nothing was delayed
+        int64_t timeUs;  // 0: before everything delayed
     };
 
     struct Delayed {
@@ -66,6 +66,8 @@ private:
     sp<AMessage> takeNextOfBatch() { return std::move(mBatch[mNext++].message); }
     bool isBatchDone() const { return mNext == mBatch.size(); }
     void swapBatch() REQUIRES(mLock);
+    // The time of a message that is posted now; 0 when it is before everything delayed.
+    int64_t orderUs() const REQUIRES(mLock);
     void addDelayed(const sp<AMessage>& message, int64_t dueUs) REQUIRES(mLock);
     int64_t firstDelayedUs() const REQUIRES(mLock);
 
