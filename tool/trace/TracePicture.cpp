@@ -248,7 +248,8 @@ void TracePicture::drawAxis() {
     const double length = std::max(mTrace.end - mTrace.begin, 1.0);
     const double step = roundStep(length * kLeastTick / mWidth);
     const bool isLong = length > 2e6;
-    for (double time = 0; time <= length; time += step) {
+    for (int i = 0; i * step <= length; ++i) {
+        const double time = i * step;
         const double x = xOf(mTrace.begin + time);
         mSvg.line("grid", x, kTop, x, mY);
         mSvg.words("tick", x, mY + kLine,

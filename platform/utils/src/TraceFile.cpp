@@ -106,7 +106,7 @@ TraceFileEnd finishTraceFile() {
     if (traceSink() == &all.sink) setTraceSink(nullptr);
     sWriter = nullptr;
     all.writer->stop();
-    const TraceFileEnd end{std::exchange(all.path, ""), all.writer->error(), all.writer->leftOut()};
+    TraceFileEnd end{std::exchange(all.path, ""), all.writer->error(), all.writer->leftOut()};
     ALOGW_IF(end.leftOut > 0, "%s: %llu events were left out, for they came too fast",
              end.path.c_str(), static_cast<unsigned long long>(end.leftOut));
     return end;

@@ -66,7 +66,7 @@ void appendText(std::string_view text, std::string* to) {
 
 }  // namespace
 
-std::string TraceJson::head(std::string_view processName) {
+std::string TraceJson::head(std::string_view processName) const {
     std::string text = "{\"displayTimeUnit\":\"ms\",\"traceEvents\":[\n";
     text += "{\"ph\":\"M\",\"name\":\"process_name\",\"pid\":";
     appendNumber(mProcessId, &text);

@@ -19,7 +19,7 @@ public:
     // Times are told from `startNs` on.
     TraceJson(int32_t processId, int64_t startNs) : mProcessId(processId), mStartNs(startNs) {}
 
-    std::string head(std::string_view processName);
+    std::string head(std::string_view processName) const;
     // To be told before the first event of a thread.
     void appendThread(int32_t threadId, std::string_view name, std::string* to) const;
     // Leaves out the end of what began before the trace did.

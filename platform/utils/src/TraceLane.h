@@ -60,7 +60,10 @@ private:
     void leaveOut();
     void push(TraceKind kind, const char* name, int64_t value);
 
-    std::atomic<bool>* const mCrowded;
+    static constexpr size_t kCacheLine = 64;
+
+    alignas(kCacheLine) std::atomic<uint64_t> mTail{0};  // the writer's
+    alignas(kCacheLine) std::atomic<bool>* const mCrowded;
     std::atomic<Owner> mOwner{Owner::Nobody};
     uint32_t mUses = 0;
     int32_t mThreadId = 0;
@@ -70,8 +73,7 @@ private:
     uint64_t mKnownTail = 0;
     std::atomic<uint64_t> mLeftOut{0};
     std::atomic<uint64_t> mHead{0};
-    alignas(64) std::atomic<uint64_t> mTail{0};
-    alignas(64) std::array<TraceEvent, kSlots> mEvents;
+    std::array<TraceEvent, kSlots> mEvents;
 };
 
 }  // namespace android::host
