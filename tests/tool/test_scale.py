@@ -4,12 +4,13 @@ import json
 import os
 import pty
 import subprocess
+from xml.etree import ElementTree
 
 import numpy as np
 import pytest
 
 from plexa import (PROGRAM, clip, ffmpeg, grey, greys, noise, ok, pixels, probe, run, size, times,
-                   y4m, y4m_frames)
+                   trace_of, y4m, y4m_frames)
 
 # More frames at the sizes that are cheap: every buffer is used several times over.
 SIZES = [(2, 2, 20), (18, 10, 20), (19, 11, 20), (322, 178, 12), (641, 361, 5), (1366, 768, 3),
@@ -296,6 +297,24 @@ def test_fields_become_frames(tmp_path):
         return np.abs(2 * rows[1:-1] - rows[:-2] - rows[2:]).mean()
 
     assert comb("a.y4m") < 0.6 * comb("b.y4m")
+
+
+def test_a_trace_has_every_frame_on_every_stage(tmp_path):
+    job = ["scale", "-", tmp_path / "o.y4m", "--size", "48x36", "--quiet"]
+    video = y4m(64, 48, greys(64, 48, 30))
+    ok(*job, "--trace", tmp_path / "a.json", input=video)
+    ok(*job, input=video, env={**os.environ, "PLEXA_TRACE": str(tmp_path / "b.json")})
+    frames = [int(i * 1001e6 / 24000 + 0.5) for i in range(30)]
+    for name in ("a.json", "b.json"):
+        names = trace_of(tmp_path / name)
+        for stage in ("compress", "APipeDecompress", "APipeScale", "write"):
+            assert [f"{stage} {frame}" for frame in frames] == [
+                slice for slice in names if slice.startswith(f"{stage} ") and slice[-1].isdigit()]
+        ok("trace", tmp_path / name, tmp_path / "o.svg")
+        hints = [hint.text for hint in
+                 ElementTree.parse(tmp_path / "o.svg").iter("{http://www.w3.org/2000/svg}title")]
+        assert sum(hint.startswith("APipeScale ") for hint in hints) == 30
+        assert sum(hint.startswith("APipeScale, input waits ") for hint in hints) >= 30
 
 
 def test_filters_are_ffmpegs(tmp_path):

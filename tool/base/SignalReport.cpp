@@ -35,7 +35,7 @@ void SignalReport::run() {
     for (;;) {
         if (sem_wait(&sAsked) != 0) continue;  // interrupted by a signal
         if (mEnds) return;
-        std::fprintf(stderr, "%s\n", mReport().c_str());
+        std::fputs(mReport().c_str(), stderr);
     }
 }
 

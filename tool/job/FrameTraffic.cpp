@@ -33,7 +33,8 @@ bool FrameTraffic::isOverdue() const {
 
 void FrameTraffic::waitForChange() {
     mChanged.waitRelative(mLock, kCheckIntervalNs);
-    if (isOverdue()) {
+    if (isOverdue() && mFailure.isOk()) {
+        mWasSilent = true;
         failLocked(Status::error(
             text("the pipe has been silent for %d seconds", static_cast<int>(kPatience.count()))));
     }
@@ -114,6 +115,11 @@ void FrameTraffic::failLocked(const Status& status) {
 Status FrameTraffic::failure() const {
     const Mutex::Autolock lock(mLock);
     return mFailure;
+}
+
+bool FrameTraffic::wasSilent() const {
+    const Mutex::Autolock lock(mLock);
+    return mWasSilent;
 }
 
 DurationSummary FrameTraffic::chainTimes() const {

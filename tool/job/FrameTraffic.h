@@ -61,6 +61,8 @@ public:
     void fail(const Status& status);
     /** The first failure; a Status that is OK without one. */
     Status failure() const;
+    /** The failure is that the chain was silent. */
+    bool wasSilent() const;
 
     /** How long frames took from being queued to their output's notice. */
     DurationSummary chainTimes() const;
@@ -90,6 +92,7 @@ private:
     Clock::time_point mLastActivity GUARDED_BY(mLock) = Clock::now();
     DurationHistogram mChainTimes GUARDED_BY(mLock);
     Status mFailure GUARDED_BY(mLock);
+    bool mWasSilent GUARDED_BY(mLock) = false;
 };
 
 }  // namespace plexa

@@ -3,6 +3,8 @@
 
 #include <media/stagefright/foundation/ALooper.h>
 
+#include <string>
+
 #include "base/Status.h"
 #include "job/NoticeHandler.h"
 
@@ -40,6 +42,9 @@ public:
 
     /** Releases the chain. Afterwards no stage touches a buffer. */
     void stop();
+
+    /** Where every buffer is and what each stage waits for. Any thread, at any time. */
+    std::string debugString() const { return mFirst->debugString(); }
 
     /** The names under which the stages trace their work, in the order of the chain. */
     static constexpr const char* kStageNames[] = {"APipeDecompress", "APipeScale"};

@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cstdio>
 #include <iterator>
 #include <thread>
 #include <utility>
@@ -46,11 +47,13 @@ ScaleJob::ScaleJob(ScaleRequest request)
       mSink(makeSink(mRequest.output, mRequest.sheet)),
       mTraffic(kInputBuffers),
       mStageTimes({std::begin(ScaleChain::kStageNames), std::end(ScaleChain::kStageNames)}),
-      mChain(&mTraffic) {}
+      mChain(&mTraffic),
+      mSignalReport([this] { return mChain.debugString(); }) {}
 
 Status ScaleJob::run(ScaleReport* report) {
     Status status = open();
     if (status.isOk()) status = transfer();
+    if (mTraffic.wasSilent()) std::fputs(mChain.debugString().c_str(), stderr);
     mChain.stop();
     if (status.isOk()) fillReport(report);
     return status;
@@ -129,9 +132,14 @@ Status ScaleJob::transfer() {
         if (!status.isOk() || mNext == nullptr) break;
         status = changeSize();
     }
-    if (status.isOk()) status = mSink->finish();
+    if (status.isOk()) status = finishOutput();
     mSeconds = std::chrono::duration<double>(Clock::now() - start).count();
     return status;
+}
+
+Status ScaleJob::finishOutput() {
+    ATRACE_NAME("write");
+    return mSink->finish();
 }
 
 // Every frame so far is written; the rest comes in another size.
@@ -206,9 +214,10 @@ Status ScaleJob::queueEnd() {
     int id = -1;
     if (!mTraffic.takeFreeInput(&id)) return {};
     const auto& input = mInputs[static_cast<size_t>(id)];
-    input->getMeta()->setInt64("timeUs", mLastTimeUs);
+    const int64_t timeUs = mLastTimeUs + 1;  // of no frame, so that a trace tells it from them
+    input->getMeta()->setInt64("timeUs", timeUs);
     input->getMeta()->setInt32("eos", 1);
-    mTraffic.inputQueued({{}, mLastTimeUs, nullptr, true});
+    mTraffic.inputQueued({{}, timeUs, nullptr, true});
     return mChain.queueInput(input);
 }
 

@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "base/SignalReport.h"
 #include "job/FrameTraffic.h"
 #include "job/Geometry.h"
 #include "job/JobReport.h"
@@ -54,6 +55,7 @@ private:
     Status feedFrame(const AVFrame& frame);
     Status compress(const AVFrame& frame, const android::sp<android::APipeBuffer>& input);
     Status readNext();
+    Status finishOutput();
     Status changeSize();
     Status queueEnd();
     Status drain();
@@ -78,6 +80,7 @@ private:
     FrameTraffic mTraffic;
     StageTimes mStageTimes;  // before mChain, whose stages trace into it
     ScaleChain mChain;
+    SignalReport mSignalReport;  // of where every buffer is
     int64_t mLastTimeUs = 0;
     int64_t mWritten = 0;  // by the output's thread; read once that has ended
     double mSeconds = 0;

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <cmath>
+#include <iterator>
 #include <utility>
 
 #include "base/Text.h"
@@ -48,6 +49,14 @@ double meanOf(const std::vector<TraceSpan>& spans) {
     for (const TraceSpan& span : spans)
         sum += span.end - span.begin;
     return spans.empty() ? 0 : sum / static_cast<double>(spans.size());
+}
+
+// Those that work on a frame; all, if none does.
+std::vector<TraceSpan> onFrames(const std::vector<TraceSpan>& spans) {
+    std::vector<TraceSpan> found;
+    std::copy_if(spans.begin(), spans.end(), std::back_inserter(found),
+                 [](const TraceSpan& span) { return span.frame >= 0; });
+    return found.empty() ? spans : found;
 }
 
 // 1, 2 or 5 of a power of ten, and at least `least`.
@@ -160,8 +169,9 @@ void TracePicture::drawChain() {
 void TracePicture::drawLane(const TraceLane& lane) {
     const double top = mY;
     mSvg.words("name", kMargin, mY + kAscent, lane.name);
+    const std::vector<TraceSpan> work = onFrames(lane.work);
     mSvg.words("", kMargin, mY + kAscent + kLine,
-               text("%zu × %s", lane.work.size(), durationText(meanOf(lane.work)).c_str()));
+               text("%zu × %s", work.size(), durationText(meanOf(work)).c_str()));
     drawWork(lane);
     drawWaits(lane);
     drawDrops(lane, top);

@@ -20,6 +20,7 @@ namespace {
 constexpr size_t kMaxLanes = 64;
 
 constexpr std::string_view kWaits = " waits";
+constexpr std::string_view kEnd = " end";
 constexpr std::string_view kDropped = " dropped ";
 
 std::string textOf(const nlohmann::json& event, const char* key) {
@@ -147,6 +148,7 @@ void TraceReader::addSlice(const std::string& name, TraceSpan span) {
         lane(name.substr(0, at)).drops.push_back({span.begin, name});
         return;
     }
+    if (name.ends_with(kEnd)) return;  // the mark behind the last frame
     const size_t space = name.rfind(' ');
     if (space != std::string::npos) span.frame = numberIn(std::string_view(name).substr(space + 1));
     lane(span.frame < 0 ? name : name.substr(0, space)).work.push_back(span);

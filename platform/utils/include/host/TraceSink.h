@@ -16,8 +16,6 @@ public:
     virtual void asyncBegin(const char* name, int32_t cookie) = 0;
     virtual void asyncEnd(const char* name, int32_t cookie) = 0;
     virtual void counter(const char* name, int64_t value) = 0;
-    // A moment on a named track; a sink that only measures durations leaves it.
-    virtual void instant(const char* /*track*/, const char* /*name*/) {}
 
 protected:
     ~TraceSink() = default;

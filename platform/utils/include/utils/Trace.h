@@ -39,6 +39,5 @@ private:
 #define ATRACE_CALL() ATRACE_NAME(__func__)
 #define ATRACE_INT(name, value) PLEXA_TRACE_TELL(counter(name, value))
 #define ATRACE_INT64(name, value) PLEXA_TRACE_TELL(counter(name, value))
-#define ATRACE_INSTANT_FOR_TRACK(track, name) PLEXA_TRACE_TELL(instant(track, name))
 #define ATRACE_ASYNC_BEGIN(name, cookie) PLEXA_TRACE_TELL(asyncBegin(name, cookie))
 #define ATRACE_ASYNC_END(name, cookie) PLEXA_TRACE_TELL(asyncEnd(name, cookie))
