@@ -52,6 +52,12 @@ void copyFrameRecord(const sp<APipeBuffer>& input, const sp<APipeBuffer>& output
     if (from->findInt32("operation", &operation)) to->setInt32("operation", operation);
 }
 
+int32_t eosOf(const sp<APipeBuffer>& input) {
+    int32_t eos = 0;
+    if (input != nullptr) input->getMeta()->findInt32("eos", &eos);
+    return eos;
+}
+
 }  // namespace
 
 // --- Arrival ---
@@ -166,7 +172,8 @@ void APipe::workOn(sp<APipeItem> item) {
     mTrace->endWait(APipePlace::frameOf(item->mInput));
     mWorkItems.push_back(std::move(item));
     const int64_t timeUs = APipePlace::frameOf((*mWorkItems.begin())->mInput);
-    const std::string slice = mTrace->workName(timeUs);
+    const bool isEnd = ATRACE_ENABLED() && eosOf((*mWorkItems.begin())->mInput) != 0;
+    const std::string slice = isEnd ? mTrace->endName() : mTrace->workName(timeUs);
     ATRACE_NAME(slice.c_str());
     describeLists();
     mLedger->enterWork(timeUs);
@@ -181,8 +188,7 @@ void APipe::workOnFirstItem(const Engine& engine) {
         giveBack(*takeFirstWorkItem(), APipeLedger::kSentHome);
         return notifyError(UNKNOWN_ERROR);
     }
-    int32_t eos = 0;
-    (*mWorkItems.begin())->mInput->getMeta()->findInt32("eos", &eos);
+    const int32_t eos = eosOf((*mWorkItems.begin())->mInput);
     if (eos == 0 && runEngine(engine, *mWorkItems.begin()) != OK) return notifyError(UNKNOWN_ERROR);
     const sp<APipeItem> item = takeFirstWorkItem();
     copyFrameRecord(item->mInput, item->mOutput, eos);

@@ -22,6 +22,10 @@ std::string APipeTrace::workName(int64_t timeUs) const {
     return isOn() ? mStage + " " + std::to_string(timeUs) : std::string();
 }
 
+std::string APipeTrace::endName() const {
+    return mStage + " end";
+}
+
 void APipeTrace::beginWait(int64_t timeUs) const {
     ATRACE_ASYNC_BEGIN(mWaits.c_str(), cookieOf(timeUs));
 }

@@ -23,6 +23,8 @@ public:
 
     /// The name of a slice for the work on a frame; empty while nobody traces.
     std::string workName(int64_t timeUs) const;
+    /// The same for an input that is no frame but the mark of the end.
+    std::string endName() const;
 
     /// From an input's arrival on the stage to the work on it.
     void beginWait(int64_t timeUs) const;
