@@ -127,16 +127,18 @@ bool TraceJson::open(int32_t threadId, const TraceEvent& event) {
             return true;
         }
         case TraceKind::AsyncBegin:
-            if (mOpenAsync.size() == kMaxOpenAsync) {
+            if (mOpenAsyncCount == kMaxOpenAsync) {
                 ++mLeftOut;
                 return false;
             }
+            ++mOpenAsyncCount;
             ++mOpenAsync[{std::string(event.name()), static_cast<int32_t>(event.value)}];
             return true;
         case TraceKind::AsyncEnd: {
             const auto found =
                 mOpenAsync.find({std::string(event.name()), static_cast<int32_t>(event.value)});
             if (found == mOpenAsync.end()) return false;
+            --mOpenAsyncCount;
             if (--found->second == 0) mOpenAsync.erase(found);
             return true;
         }

@@ -45,6 +45,7 @@ private:
     const int64_t mStartNs;
     std::map<int32_t, int> mOpenSlices;  // of each thread
     std::map<AsyncKey, int> mOpenAsync;
+    size_t mOpenAsyncCount = 0;
     uint64_t mLeftOut = 0;
 };
 
