@@ -180,6 +180,7 @@ TEST(TraceFileTest, WhatIsLeftOutIsCountedAndWhatIsThereIsWhole) {
     EXPECT_EQ(file["otherData"]["eventsLeftOut"], end.leftOut);
     std::map<std::string, int> open;
     int slices = 0;
+    int unfinished = 0;
     double last = 0;
     for (const auto& event : file["traceEvents"]) {
         const std::string phase = event["ph"];
@@ -191,12 +192,14 @@ TEST(TraceFileTest, WhatIsLeftOutIsCountedAndWhatIsThereIsWhole) {
         EXPECT_GE(depth, 0);
         EXPECT_GE(event.value("ts", last), last);
         last = event.value("ts", last);
+        if (event.value("args", nlohmann::json()).contains("unfinished")) ++unfinished;
         if (phase != "B") continue;
         EXPECT_EQ(event["name"].get<std::string>().starts_with("inner"), depth == 2);
         ++slices;
     }
     for (const auto& [key, depth] : open)
         EXPECT_EQ(depth, 0) << key;
+    EXPECT_EQ(unfinished, 1);
     EXPECT_GT(slices, 1000);
     EXPECT_EQ(android::host::startTraceFile("/"), "Is a directory");
 }

@@ -83,10 +83,11 @@ void TraceWriter::stop() {
 void TraceWriter::run() {
     pthread_setname_np(pthread_self(), "plexa_trace");
     setpriority(PRIO_PROCESS, static_cast<id_t>(gettid()), kNice);
-    while (!mStops) {
+    for (bool isLast = false; !isLast;) {
         const uint64_t asked = wait(mRequests, kIntervalMs);
+        isLast = mStops;  // before what is there is written, so that nothing stays behind
         writeUntil(traceClockNs());
-        mLanes.setCrowded(mStops || !mFile->error().empty());
+        mLanes.setCrowded(isLast || !mFile->error().empty());
         add(mAnswers, asked);
     }
 }
