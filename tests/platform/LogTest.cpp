@@ -147,8 +147,8 @@ TEST(TraceTest, ScopesNestAndEndOnTheSinkThatSawThemBegin) {
 // What the writer can keep up with, and then far more, from two threads.
 void traceFlood(const std::string& path) {
     const auto flood = [](const std::string& own) {
-        for (int i = 0; i < 50'000; ++i) {
-            if (i % 700 == 0 && i < 20'000) android::host::flushTraceFile();
+        for (int i = 0; i < 30'000; ++i) {
+            if (i % 700 == 0 && i < 7'000) android::host::flushTraceFile();
             ATRACE_NAME(own.c_str());
             ATRACE_NAME("inner \"\\\n\xff");
             ATRACE_ASYNC_BEGIN(own.c_str(), i);
