@@ -144,10 +144,10 @@ void TracePicture::drawTitle() {
         "title", kMargin, 22,
         text("%zu %s in %s, %.1f a second", mFrames.size(),
              mFrames.size() == 1 ? "frame" : "frames", durationText(length).c_str(), perSecond));
-    mSvg.words(
-        "", kMargin, 40,
-        "A bar is a frame in work, of one colour in all lanes; a thin bar is an input that "
-        "waits. A red line: there is no buffer for an output. A red cross: a frame is dropped.");
+    mSvg.words("", kMargin, 40,
+               "A bar is a frame in work, of one colour in all lanes; a thin bar is an input that "
+               "waits. Red: a line where there is no buffer for an output, a cross where a frame "
+               "is dropped, a border around what has not finished.");
     mY = kTop;
     if (mTrace.leftOut == 0) return;
     mSvg.words("note", kMargin, mY + kAscent,
