@@ -5,6 +5,7 @@
 #include <dlfcn.h>
 #include <gtest/gtest.h>
 
+#include <cmath>
 #include <cstdlib>
 #include <memory>
 #include <new>
@@ -75,11 +76,11 @@ Frame scaled(const Depth& depth, const Frame& frame, Size to) {
 
 TEST(CLScalerTest, EveryRatioKeepsAConstantAndWhatIsAroundIt) {
     const Size sizes[][2] = {
-        {{1, 1}, {7, 5}},         {{7, 5}, {1, 1}},         {{2, 2}, {4, 4}},
-        {{2, 2}, {1, 1}},         {{4, 4}, {2, 2}},         {{18, 10}, {9, 5}},
-        {{64, 48}, {33, 24}},     {{99, 99}, {33, 33}},     {{641, 361}, {19, 11}},
-        {{19, 11}, {641, 361}},   {{320, 40}, {80, 160}},   {{640, 480}, {257, 111}},
-        {{16384, 6}, {3, 16384}}, {{1, 16384}, {16384, 1}}, {{19, 11}, {19, 11}}};
+        {{1, 1}, {7, 5}},       {{7, 5}, {1, 1}},         {{2, 2}, {4, 4}},
+        {{2, 2}, {1, 1}},       {{4, 4}, {2, 2}},         {{18, 10}, {9, 5}},
+        {{64, 48}, {33, 24}},   {{99, 99}, {33, 33}},     {{641, 361}, {19, 11}},
+        {{19, 11}, {641, 361}}, {{320, 40}, {80, 160}},   {{640, 480}, {257, 111}},
+        {{16384, 6}, {3, 500}}, {{1, 16384}, {16384, 1}}, {{19, 11}, {19, 11}}};
     for (const Depth& depth : kDepths) {
         for (const auto& [from, to] : sizes) {
             const Picture picture = [&](uint32_t c, uint32_t, uint32_t) {
@@ -88,6 +89,42 @@ TEST(CLScalerTest, EveryRatioKeepsAConstantAndWhatIsAroundIt) {
             EXPECT_EQ(scaled(depth, makeFrame(from, picture), to), makeFrame(to, picture))
                 << depth.bits << " bits " << from << " to " << to;
         }
+    }
+}
+
+// Rings ever closer to each other, where filters differ most.
+Frame zonePlate(const Depth& depth, Size size) {
+    return makeFrame(size, [&](uint32_t, uint32_t x, uint32_t y) {
+        const uint32_t scale = depth.max() / 255;
+        return scale * static_cast<uint32_t>(128 + 120 * std::cos((x * x + y * y) / 130.0));
+    });
+}
+
+double decibels(const Component& eightBits, const Component& tenBits) {
+    double squares = 0;
+    for (size_t i = 0; i < eightBits.samples.size(); ++i)
+        squares += std::pow(eightBits.samples[i] - tenBits.samples[i] / 4.0, 2);
+    return 10 * std::log10(255 * 255 * static_cast<double>(eightBits.samples.size()) / squares);
+}
+
+double contrast(const Component& component) {
+    double sum = 0, squares = 0;
+    for (const double sample : component.samples) {
+        sum += sample;
+        squares += sample * sample;
+    }
+    const double mean = sum / static_cast<double>(component.samples.size());
+    return std::sqrt(squares / static_cast<double>(component.samples.size()) - mean * mean);
+}
+
+TEST(CLScalerTest, LooksTheSameAtAllDepthsAndNearbySizes) {
+    const Depth &eight = kDepths[1], &ten = kDepths[3];
+    const Size from = {320, 240};
+    const double half = contrast(scaled(eight, zonePlate(eight, from), {160, 120})[0]);
+    for (const Size to : {Size{158, 118}, Size{160, 120}, Size{162, 122}}) {
+        const Component inEight = scaled(eight, zonePlate(eight, from), to)[0];
+        EXPECT_GT(decibels(inEight, scaled(ten, zonePlate(ten, from), to)[0]), 40) << to;
+        EXPECT_NEAR(contrast(inEight) / half, 1, 0.03) << to;
     }
 }
 

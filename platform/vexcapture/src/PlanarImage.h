@@ -1,11 +1,11 @@
 // PlanarImage: three planes of samples in memory that vector code likes.
 #pragma once
 
-#include <ZimgUse.h>
-
 #include <array>
 #include <cstddef>
 #include <cstdint>
+
+#include "ZimgUse.h"
 
 namespace android::capture {
 

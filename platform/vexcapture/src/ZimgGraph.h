@@ -1,10 +1,10 @@
 // ZimgGraph: a filter graph of the colour library with its working memory.
 #pragma once
 
-#include <ZimgUse.h>
 #include <utils/Errors.h>
 
 #include "PlanarImage.h"
+#include "ZimgUse.h"
 
 namespace android::capture {
 

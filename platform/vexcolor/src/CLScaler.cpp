@@ -36,7 +36,7 @@ void* createScaler(int32_t mode, int64_t srcWidth, int64_t srcHeight, int64_t ds
               static_cast<long long>(dstWidth), static_cast<long long>(dstHeight), dstFormat);
         return nullptr;
     }
-    return cl::Scaler::make(*from, *to, *format).release();
+    return new cl::Scaler(*from, *to, *format);
 } catch (const std::bad_alloc&) {
     ALOGE("createScaler: out of memory");
     return nullptr;

@@ -19,6 +19,9 @@ struct FrameSize {
     uint32_t height = 0;
 
     FrameSize chroma() const { return {.width = (width + 1) / 2, .height = (height + 1) / 2}; }
+    bool isTwice(FrameSize half) const {
+        return width == 2 * half.width && height == 2 * half.height;
+    }
     friend bool operator==(const FrameSize&, const FrameSize&) = default;
 };
 

@@ -6,19 +6,12 @@
 #include <libyuv/scale_uv.h>
 
 namespace cl {
-namespace {
-
-bool isHalf(FrameSize a, FrameSize b) {
-    return a.width * 2 == b.width && a.height * 2 == b.height;
-}
-
-}  // namespace
 
 bool LibyuvScaler::isMadeFor(FrameSize from, FrameSize to, PlaneKind kind) {
     if (from == to) return true;
     if (kind.bytesPerSample != 1) return false;
     // libyuv only repeats the rows of a plane that is one sample wide.
-    return isHalf(to, from) || (isHalf(from, to) && kind.samplesPerUnit == 1 && from.width > 1);
+    return from.isTwice(to) || (to.isTwice(from) && kind.samplesPerUnit == 1 && from.width > 1);
 }
 
 bool LibyuvScaler::scale(const Plane& from, const Plane& to) {

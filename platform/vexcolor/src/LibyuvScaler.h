@@ -5,8 +5,8 @@
 
 namespace cl {
 
-// libyuv's kernels for these ratios are exact and the fastest there are. At other ratios it shifts
-// the picture by up to half a sample, and its average of white is not white.
+// At these ratios libyuv's kernels do what RatioScaler does, and nothing is faster. At others
+// libyuv shifts the picture by up to half a sample, and its average of white is not white.
 // Threading: reentrant.
 class LibyuvScaler final : public PlaneScaler {
 public:

@@ -15,8 +15,8 @@ struct PlaneKind {
     uint32_t samplesPerUnit;  // 1, or 2 for interleaved chroma
 };
 
-// Made for one pair of sizes. Centres of planes lie upon each other; shrinking averages over all
-// that a unit covers, growing interpolates. Threading: reentrant.
+// Made for one pair of sizes. Centres of planes lie upon each other, and all depths and ratios have
+// the filter that SampleWindows says. Threading: reentrant.
 class PlaneScaler {
 public:
     virtual ~PlaneScaler() = default;
@@ -25,7 +25,7 @@ public:
     // refused them.
     virtual bool scale(const Plane& from, const Plane& to) = 0;
 
-    // The fastest kernel that is exact about positions. Null and exceptions as of Scaler::make.
+    // The fastest kernel of that filter.
     static std::unique_ptr<PlaneScaler> make(FrameSize from, FrameSize to, PlaneKind kind);
 };
 

@@ -8,17 +8,11 @@ namespace cl {
 
 Scaler::Scaler(FrameSize from, FrameSize to, FrameFormat format)
     : mInput{.tag = LOG_TAG, .role = "input", .format = format, .size = from},
-      mOutput{.tag = LOG_TAG, .role = "output", .format = format, .size = to} {}
-
-std::unique_ptr<Scaler> Scaler::make(FrameSize from, FrameSize to, FrameFormat format) {
-    std::unique_ptr<Scaler> scaler(new Scaler(from, to, format));
-    auto& [luma, chroma] = scaler->mPlanes;
+      mOutput{.tag = LOG_TAG, .role = "output", .format = format, .size = to} {
     const uint32_t bytes = format.bytesPerSample;
-    luma = PlaneScaler::make(from, to, {.bytesPerSample = bytes, .samplesPerUnit = 1});
-    chroma = PlaneScaler::make(from.chroma(), to.chroma(),
-                               {.bytesPerSample = bytes, .samplesPerUnit = 2});
-    if (luma == nullptr || chroma == nullptr) return nullptr;
-    return scaler;
+    mPlanes = {PlaneScaler::make(from, to, {.bytesPerSample = bytes, .samplesPerUnit = 1}),
+               PlaneScaler::make(from.chroma(), to.chroma(),
+                                 {.bytesPerSample = bytes, .samplesPerUnit = 2})};
 }
 
 bool Scaler::scale(const Buffer& input, const Buffer& output) {

@@ -11,6 +11,10 @@
 // nothing shifts; the same size gives an exact copy, and 10-bit frames keep their six low bits
 // zero.
 //
+// All depths and ratios have one filter. Growing interpolates between the two nearest samples.
+// Shrinking weighs those within 3/4 of a new sample by a smooth curve; to the half, that is the
+// mean of two by two.
+//
 // Every refusal is an error log under the tag "CLScaler" and leaves the scaler usable.
 //
 // Threading: reentrant.
