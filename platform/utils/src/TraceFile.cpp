@@ -5,11 +5,11 @@
 
 #include <host/TraceSink.h>
 #include <log/log.h>
+#include <utils/Mutex.h>
 
 #include <atomic>
 #include <cstdlib>
 #include <memory>
-#include <mutex>
 #include <utility>
 
 #include <unistd.h>
@@ -50,10 +50,10 @@ private:
 struct Recorder {
     TraceLanes lanes;
     LaneSink sink{&lanes};
-    std::mutex lock;  // of what follows
+    Mutex lock;
     // The last writer stays, for a signal handler may be about to use it.
-    std::unique_ptr<TraceWriter> writer;
-    std::string path;  // empty: no file is being written
+    std::unique_ptr<TraceWriter> writer GUARDED_BY(lock);
+    std::string path GUARDED_BY(lock);  // empty: no file is being written
 };
 
 Recorder& recorder() {
@@ -82,7 +82,7 @@ bool isRunning() {
 
 std::string startTraceFile(const std::string& path) {
     Recorder& all = recorder();
-    const std::scoped_lock lock(all.lock);
+    const Mutex::Autolock lock(all.lock);
     if (!all.path.empty()) return "a trace is being written to " + all.path;
     auto file = std::make_unique<GrowingFile>();
     if (!file->open(path)) return file->error();
@@ -101,7 +101,7 @@ void flushTraceFile() {
 TraceFileEnd finishTraceFile() {
     if (!isRunning()) return {};
     Recorder& all = recorder();
-    const std::scoped_lock lock(all.lock);
+    const Mutex::Autolock lock(all.lock);
     if (all.path.empty()) return {};
     if (traceSink() == &all.sink) setTraceSink(nullptr);
     sWriter = nullptr;
