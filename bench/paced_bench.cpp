@@ -136,8 +136,31 @@ std::vector<Subject> subjects() {
     return all;
 }
 
+Ratio overPeer(const std::string& title, const std::string& figure, double atMost = 0) {
+    return {.title = title + ", this library / GStreamer",
+            .subject = figure + " by " + kChain,
+            .baselines = {figure + " by " + kPeer},
+            .atMost = atMost};
+}
+
+// Of times: less is better.
+std::vector<Ratio> ratios() {
+    std::vector<Ratio> all;
+    for (const int rate : {60, 240, 1000, 8000}) {
+        const std::string row = "paced/" + std::to_string(rate), pace = std::to_string(rate) + "/s";
+        const double most = rate <= 1000 ? 1 : 0;
+        all.push_back(overPeer("CPU a frame at " + pace, row + " cpu", most));
+        all.push_back(overPeer("latency at " + pace, row + " latency", most));
+    }
+    all.push_back({.title = "flush of four idle stages beside three busy programs, p99 (µs)",
+                   .subject = std::string("flush beside busy programs p99 by ") + kChain,
+                   .baselines = {},
+                   .atMost = 1500});
+    return all;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-    return runContest(argc, argv, subjects(), kChain);
+    return runContest(argc, argv, subjects(), kChain, ratios());
 }

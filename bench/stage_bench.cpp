@@ -126,10 +126,11 @@ int main(int argc, char** argv) {
                                        {.title = "GStreamer / two stages streaming (time)",
                                         .subject = "streaming/2",
                                         .baselines = {"gstreamerStreaming/2"},
-                                        .atLeast = 10},
+                                        .atLeast = 5},
                                        {.title = "GStreamer / two stages lock-step (time)",
                                         .subject = "lockStep/2",
-                                        .baselines = {"gstreamerLockStep/2"}}};
+                                        .baselines = {"gstreamerLockStep/2"},
+                                        .atLeast = 10}};
     return runWithRatios(argc, argv, ratios,
                          {{"time a frame streaming, over stages", "streaming"},
                           {"time a frame in lock-step, over stages", "lockStep"}});

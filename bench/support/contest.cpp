@@ -12,8 +12,6 @@
 
 #include <unistd.h>
 
-#include "support/rates.h"
-
 namespace plexa::bench {
 
 namespace {
@@ -173,6 +171,15 @@ void print(const Results& results) {
     }
 }
 
+Rates ratesOf(const Results& results) {
+    Rates rates;
+    for (const auto& [row, contenders] : results.runs) {
+        for (const auto& [contender, runs] : contenders)
+            rates[row + " by " + contender] = runs;
+    }
+    return rates;
+}
+
 int runHere(const std::vector<Subject>& subjects, const Options& options) {
     for (const Subject& subject : subjects) {
         if (idOf(subject) != options.subject) continue;
@@ -187,7 +194,7 @@ int runHere(const std::vector<Subject>& subjects, const Options& options) {
 }  // namespace
 
 int runContest(int argc, char** argv, const std::vector<Subject>& subjects,
-               const std::string& contender) {
+               const std::string& contender, const std::vector<Ratio>& ratios) {
     Options options;
     for (int i = 1; i < argc; ++i) {
         if (takeOption(argv[i], options)) continue;
@@ -197,8 +204,14 @@ int runContest(int argc, char** argv, const std::vector<Subject>& subjects,
     if (!options.subject.empty()) return runHere(subjects, options);
     const Results results = measure(entrants(subjects, contender, options), options);
     print(results);
-    if (!options.json.empty())
-        std::ofstream(options.json) << Json{{"figures", results.runs}}.dump(1) << '\n';
+    std::puts("");
+    const Json shown = showRatios(ratios, ratesOf(results));
+    if (options.json.empty()) return 0;
+    const Json all = {{"ratios", shown},
+                      {"rows", results.rows},
+                      {"contenders", results.contenders},
+                      {"figures", results.runs}};
+    std::ofstream(options.json) << all.dump(1) << '\n';
     return 0;
 }
 

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "support/ratios.h"
+
 namespace plexa::bench {
 
 /// What one run of a subject says: a figure by its name, such as "cpu" or "latency".
@@ -26,10 +28,11 @@ struct Subject {
 ///     --only=TEXT               rows whose name contains it; may be repeated
 ///     --against=NAME=COMMAND    runs what `contender` names with that command too, which is this
 ///                               program in another build: may be repeated
-///     --json=FILE               writes every run's figures to a file
+///     --json=FILE               writes every run's figures and the ratios to a file
 ///
-/// Returns the exit status.
+/// The ratios go by "row figure by contender". Returns the exit status, which is not that of missed
+/// bounds.
 int runContest(int argc, char** argv, const std::vector<Subject>& subjects,
-               const std::string& contender);
+               const std::string& contender, const std::vector<Ratio>& ratios);
 
 }  // namespace plexa::bench

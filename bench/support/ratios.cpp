@@ -9,7 +9,6 @@
 #include <string_view>
 
 #include "support/line_fit.h"
-#include "support/rates.h"
 
 namespace plexa::bench {
 
@@ -19,9 +18,10 @@ using Json = nlohmann::ordered_json;
 
 constexpr double kMicroseconds = 1e6;
 
-// The baseline with the lowest median; null when one did not run.
+// The baseline with the lowest median; null when one did not run, and 1 without any.
 const std::vector<double>* slowest(const std::vector<std::string>& baselines, const Rates& rates) {
-    const std::vector<double>* found = nullptr;
+    static const std::vector<double> none = {1};
+    const std::vector<double>* found = baselines.empty() ? &none : nullptr;
     for (const std::string& name : baselines) {
         const auto baseline = rates.find(name);
         if (baseline == rates.end()) return nullptr;
@@ -99,6 +99,10 @@ std::string takeJsonFile(std::vector<char*>& arguments) {
 
 }  // namespace
 
+Json showRatios(const std::vector<Ratio>& ratios, const Rates& rates) {
+    return showAll(ratios, rates);
+}
+
 int runWithRatios(int argc, char** argv, const std::vector<Ratio>& ratios,
                   const std::vector<Growth>& growths) {
     std::vector<char*> arguments = {argv[0]};
@@ -115,7 +119,7 @@ int runWithRatios(int argc, char** argv, const std::vector<Ratio>& ratios,
     benchmark::RunSpecifiedBenchmarks(&keeper);
     std::puts("");
     Json json;
-    json["ratios"] = showAll(ratios, keeper.rates());
+    json["ratios"] = showRatios(ratios, keeper.rates());
     json["growths"] = showAll(growths, keeper.rates());
     json["rates"] = keeper.rates();
     if (!file.empty()) std::ofstream(file) << json.dump(1) << '\n';

@@ -1,14 +1,17 @@
 // Runs the benchmarks of a program interleaved and prints ratios of their throughputs.
 #pragma once
 
+#include <nlohmann/json.hpp>
 #include <string>
 #include <vector>
+
+#include "support/rates.h"
 
 namespace plexa::bench {
 
 /// One line of the table: the median items a second of `subject` over that of the slowest of
-/// `baselines`, and the range of all their runs over one another. A line whose benchmarks did not
-/// run is left out.
+/// `baselines`, and the range of all their runs over one another; without baselines the figure
+/// itself. A line whose benchmarks did not run is left out.
 struct Ratio {
     std::string title;
     std::string subject;
@@ -17,6 +20,9 @@ struct Ratio {
     double atLeast = 0;
     double atMost = 0;
 };
+
+/// Prints the lines; returns title, wanted, met, median, low and high of each.
+nlohmann::ordered_json showRatios(const std::vector<Ratio>& ratios, const Rates& rates);
 
 /// Another line: how the median time an item of `function/n` grows with n.
 struct Growth {
