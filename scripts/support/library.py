@@ -18,13 +18,13 @@ def cmake_list(name, lists=LISTS):
 
 
 def sources():
-    return [CODE / f"{name}.cpp" for name in cmake_list("PLEXA_COMMON_CLASSES")]
+    names = cmake_list("PLEXA_COMMON_CLASSES") + cmake_list("PLEXA_COMMON_INTERNAL")
+    return [CODE / f"{name}.cpp" for name in names]
 
 
 def public_headers():
-    internal = set(cmake_list("PLEXA_COMMON_INTERNAL"))
-    classes = [name for name in cmake_list("PLEXA_COMMON_CLASSES") if name not in internal]
-    return [CODE / f"{name}.h" for name in classes + cmake_list("PLEXA_COMMON_HEADERS")]
+    names = cmake_list("PLEXA_COMMON_CLASSES") + cmake_list("PLEXA_COMMON_HEADERS")
+    return [CODE / f"{name}.h" for name in names]
 
 
 def include_flags(folders):

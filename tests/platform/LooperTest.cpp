@@ -15,15 +15,15 @@
 #include <pthread.h>
 #include <sys/resource.h>
 
-#include "support/CallHandler.h"
 #include <kit/Deadline.h>
+#include "support/CallHandler.h"
 #include "support/LogCapture.h"
 
 namespace android {
 namespace {
 
-using plexa::kit::Awaited;
 using plexa::CallHandler;
+using plexa::kit::Awaited;
 
 size_t threadsOfProcess() {
     const std::filesystem::directory_iterator tasks("/proc/self/task");
@@ -54,7 +54,8 @@ class LooperTest : public testing::Test {
 protected:
     // No test leaves a thread or a message behind.
     ~LooperTest() override {
-        EXPECT_TRUE(plexa::kit::eventually([this] { return threadsOfProcess() <= mThreadsBefore; }));
+        EXPECT_TRUE(
+            plexa::kit::eventually([this] { return threadsOfProcess() <= mThreadsBefore; }));
         EXPECT_EQ(mAlive, 0);
     }
 

@@ -14,6 +14,11 @@
 #include "APipePlace.h"
 #include "APipePoolTable.h"
 
+// The number of Nv12Venus is the chip vendor's; a device with another one defines it for its build.
+#ifndef PLEXA_PIXEL_FORMAT_VENUS
+#define PLEXA_PIXEL_FORMAT_VENUS 0x7FA30C04
+#endif
+
 namespace android {
 
 namespace {
@@ -34,7 +39,7 @@ GraphicKind graphicKind(APipeBuffer::ColorFormat colorFormat) {
         case APipeBuffer::P010Venus:
             return {HAL_PIXEL_FORMAT_YCBCR_P010, kCpuUsage, "for_ubwc"};
         case APipeBuffer::Nv12Venus:
-            return {HAL_PIXEL_FORMAT_YCbCr_420_SP_VENUS, kCpuUsage, "for_ubwc"};
+            return {PLEXA_PIXEL_FORMAT_VENUS, kCpuUsage, "for_ubwc"};
         case APipeBuffer::Rgba8888:
             return {HAL_PIXEL_FORMAT_RGBA_8888, kCpuUsage | kGpuUsage, "for_filter"};
         default:

@@ -4,7 +4,6 @@
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
 #include <GLES3/gl32.h>
-#include <android/bitmap.h>
 #include <ui/GraphicBuffer.h>
 #include <ui/Rect.h>
 #include <utils/Errors.h>
@@ -16,6 +15,7 @@
 #include <memory>
 #include <string>
 
+#include "APipeBitmapInfo.h"
 #include "APipeExport.h"
 
 namespace android {

@@ -2,7 +2,6 @@
 #pragma once
 
 #include <array>
-#include <bit>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -30,7 +29,7 @@ public:
 
 private:
     // So that a head can be read as text.
-    static_assert(std::endian::native == std::endian::little);
+    static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__);
 
     [[gnu::always_inline]] static uint64_t wordAt(std::string_view text, size_t i) {
         return byteAt(text, i, 0) | byteAt(text, i, 1) | byteAt(text, i, 2) | byteAt(text, i, 3) |

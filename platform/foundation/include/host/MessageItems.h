@@ -7,7 +7,7 @@
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <memory>
+#include <new>
 #include <utility>
 #include <variant>
 #include <vector>
@@ -90,7 +90,7 @@ private:
             mMore.emplace_back(name, std::forward<Value>(value));
             return;
         }
-        std::construct_at(&mInline[mInlineCount], name, std::forward<Value>(value));
+        new (&mInline[mInlineCount]) MessageItem(name, std::forward<Value>(value));
         ++mInlineCount;
     }
 

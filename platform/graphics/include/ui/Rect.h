@@ -31,7 +31,11 @@ public:
     // Without a single pixel.
     constexpr bool isEmpty() const { return getWidth() <= 0 || getHeight() <= 0; }
 
-    friend constexpr bool operator==(const Rect&, const Rect&) = default;
+    constexpr bool operator==(const Rect& other) const {
+        return left == other.left && top == other.top && right == other.right &&
+               bottom == other.bottom;
+    }
+    constexpr bool operator!=(const Rect& other) const { return !(*this == other); }
 };
 
 }  // namespace android

@@ -35,6 +35,10 @@ struct HeapAllocator {
     bool operator==(const HeapAllocator<U>&) const {
         return true;
     }
+    template <typename U>
+    bool operator!=(const HeapAllocator<U>&) const {
+        return false;
+    }
 };
 
 }  // namespace android::host

@@ -22,14 +22,12 @@ public:
     }
     sp(const sp& other) : sp(other.mObject) {}
     sp(sp&& other) noexcept : mObject(std::exchange(other.mObject, nullptr)) {}
-    template <typename U>
-    requires std::is_convertible_v<U*, T*> sp(U* object) : sp(static_cast<T*>(object)) {}
-    template <typename U>
-    requires std::is_convertible_v<U*, T*> sp(const sp<U>& other)
-        : sp(static_cast<T*>(other.get())) {}
-    template <typename U>
-    requires std::is_convertible_v<U*, T*> sp(sp<U>&& other)
-    noexcept : mObject(std::exchange(other.mObject, nullptr)) {}
+    template <typename U, typename = std::enable_if_t<std::is_convertible_v<U*, T*>>>
+    sp(U* object) : sp(static_cast<T*>(object)) {}
+    template <typename U, typename = std::enable_if_t<std::is_convertible_v<U*, T*>>>
+    sp(const sp<U>& other) : sp(static_cast<T*>(other.get())) {}
+    template <typename U, typename = std::enable_if_t<std::is_convertible_v<U*, T*>>>
+    sp(sp<U>&& other) noexcept : mObject(std::exchange(other.mObject, nullptr)) {}
     ~sp() {
         if (mObject != nullptr) mObject->decStrong(this);
     }
@@ -74,6 +72,10 @@ bool operator==(const sp<T>& a, const U* b) {
 template <typename T>
 bool operator==(const sp<T>& a, std::nullptr_t) {
     return a.get() == nullptr;
+}
+template <typename T, typename U>
+bool operator!=(const sp<T>& a, const U& b) {
+    return !(a == b);
 }
 template <typename T, typename U>
 bool operator<(const sp<T>& a, const sp<U>& b) {

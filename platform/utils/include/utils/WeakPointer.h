@@ -25,14 +25,12 @@ public:
     wp(wp&& other) noexcept
         : mObject(std::exchange(other.mObject, nullptr)),
           mRefs(std::exchange(other.mRefs, nullptr)) {}
-    template <typename U>
-    requires std::is_convertible_v<U*, T*> wp(U* object) : wp(static_cast<T*>(object)) {}
-    template <typename U>
-    requires std::is_convertible_v<U*, T*> wp(const sp<U>& other)
-        : wp(static_cast<T*>(other.get())) {}
-    template <typename U>
-    requires std::is_convertible_v<U*, T*> wp(const wp<U>& other)
-        : mObject(other.mObject), mRefs(other.mRefs) {
+    template <typename U, typename = std::enable_if_t<std::is_convertible_v<U*, T*>>>
+    wp(U* object) : wp(static_cast<T*>(object)) {}
+    template <typename U, typename = std::enable_if_t<std::is_convertible_v<U*, T*>>>
+    wp(const sp<U>& other) : wp(static_cast<T*>(other.get())) {}
+    template <typename U, typename = std::enable_if_t<std::is_convertible_v<U*, T*>>>
+    wp(const wp<U>& other) : mObject(other.mObject), mRefs(other.mRefs) {
         if (mRefs != nullptr) mRefs->incWeak(this);
     }
     ~wp() {
@@ -68,6 +66,10 @@ public:
         return mRefs == (other != nullptr ? other->getWeakRefs() : nullptr);
     }
     bool operator==(std::nullptr_t) const { return mRefs == nullptr; }
+    template <typename U>
+    bool operator!=(const U& other) const {
+        return !(*this == other);
+    }
     template <typename U>
     bool operator<(const wp<U>& other) const {
         return std::less<const void*>()(mRefs, other.mRefs);
