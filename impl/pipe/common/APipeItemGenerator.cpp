@@ -5,6 +5,7 @@
 
 #include <log/log.h>
 
+#include <iterator>
 #include <utility>
 
 #include "APipeLoopChecker.h"
@@ -305,7 +306,11 @@ sp<APipeItem> APipePortraitItemGenerator::getCompletedItem() {
 void APipePortraitItemGenerator::describe(APipePending* pending) const {
     APipeItemGenerator::describe(pending);
     pending->subInputs.describe(mSubInputBuffers);
-    pending->metas.describe(mItemMetas, timeOf);
+    pending->metas.count.set(0);
+    if (!mItemMetas.empty()) {
+        pending->metas.set(mItemMetas.size(), timeOf(*mItemMetas.begin()),
+                           timeOf(*std::prev(mItemMetas.end())));
+    }
     int64_t missing = APipePending::kNothing;
     if (!mInputBuffers.empty()) {
         if (mSubInputBuffers.empty()) {

@@ -5,6 +5,7 @@
 #include <utils/StrongPointer.h>
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <iterator>
 
@@ -38,22 +39,21 @@ struct APipeQueueRecord {
     APipeGauge firstUs{-1};
     APipeGauge lastUs{-1};
 
-    /// timeOf gives an element's frame time.
-    template <typename T, typename TimeOf>
-    void describe(const List<T>& list, const TimeOf& timeOf) {
-        if (list.empty()) return count.set(0);
-        count.set(static_cast<int64_t>(list.size()));
-        firstUs.set(timeOf(*list.begin()));
-        lastUs.set(timeOf(*std::prev(list.end())));
+    void set(size_t size, int64_t first, int64_t last) {
+        count.set(static_cast<int64_t>(size));
+        firstUs.set(first);
+        lastUs.set(last);
     }
     void describe(const List<sp<APipeBuffer>>& buffers) {
-        describe(buffers,
-                 [](const sp<APipeBuffer>& buffer) { return APipePlace::frameOf(buffer); });
+        if (buffers.empty()) return count.set(0);
+        set(buffers.size(), APipePlace::frameOf(*buffers.begin()),
+            APipePlace::frameOf(*std::prev(buffers.end())));
     }
-    /// Of their inputs.
+    /// By their inputs.
     void describe(const List<sp<APipeItem>>& items) {
-        describe(items,
-                 [](const sp<APipeItem>& item) { return APipePlace::frameOf(item->mInput); });
+        if (items.empty()) return count.set(0);
+        set(items.size(), APipePlace::frameOf((*items.begin())->mInput),
+            APipePlace::frameOf((*std::prev(items.end()))->mInput));
     }
 };
 
