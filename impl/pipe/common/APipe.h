@@ -70,7 +70,7 @@ struct SetRangeInfosParameter : public RefBase {
 ///
 /// **A chain that does not move** says why: debugString() tells where every buffer is and what each
 /// stage waits for, and a stage that has something to do and makes no progress for the stall time
-/// logs it by itself.
+/// logs it by itself. docs/stuck.md lists what they say and what to do.
 ///
 /// **The end.** The last reference to a stage may be dropped at any time, on any thread, its own
 /// loop's included. The destructor ends the loop; messages still queued are dropped. A release
