@@ -19,7 +19,8 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* bytes, size_t size) {
     static_cast<void>(plexa::parseCrop(data.ConsumeRandomLengthString(24), &crop));
     const bool snaps = data.ConsumeBool();
     CLI::App program("", "plexa");
-    plexa::ScaleCommand scale(&program);
+    plexa::VideoCommand run(&program, plexa::VideoCommand::Form::Run);
+    plexa::VideoCommand scale(&program, plexa::VideoCommand::Form::Scale);
     plexa::SnapshotCommand snapshot(&program);
     std::vector<std::string> words;
     while (data.remaining_bytes() > 0)

@@ -38,7 +38,8 @@ int run(int argc, char** argv) {
     program.set_version_flag("--version", "plexa " PLEXA_VERSION);
     program.require_subcommand(0, 1);
     program.footer(plexa::kExitStatuses);
-    plexa::ScaleCommand scale(&program);
+    plexa::VideoCommand videoRun(&program, plexa::VideoCommand::Form::Run);
+    plexa::VideoCommand scale(&program, plexa::VideoCommand::Form::Scale);
     plexa::SnapshotCommand snapshot(&program);
     plexa::TraceCommand trace(&program);
     plexa::ExerciseCommand exercise(&program);
@@ -57,12 +58,13 @@ int run(int argc, char** argv) {
     } catch (const CLI::ParseError& error) {
         return plexa::failUsage(Status::error(error.what()), command, json);
     }
+    if (videoRun.isChosen()) return videoRun.run();
     if (scale.isChosen()) return scale.run();
     if (snapshot.isChosen()) return snapshot.run();
     if (trace.isChosen()) return trace.run();
     if (exercise.isChosen()) return exercise.run();
     return plexa::failUsage(
-        Status::error("a command is missing: scale, snapshot, trace or exercise"), "", json);
+        Status::error("a command is missing: run, scale, snapshot, trace or exercise"), "", json);
 }
 
 }  // namespace

@@ -94,8 +94,8 @@ void Actor::makeChain(const Story& story) {
         sp<NeighbourStage> neighbour;
         if (plan.given != StagePlan::kNeighbour) {
             behind = false;
-            next = makeGiven(mSetting.given[static_cast<size_t>(plan.given)], next,
-                             mHandler->notify());
+            next =
+                newStage(mSetting.given[static_cast<size_t>(plan.given)], next, mHandler->notify());
         } else {
             const FrameFormat& format = behind ? mSetting.gives : mSetting.takes;
             const bool other = plan.otherMemory && mSetting.given.empty();

@@ -48,7 +48,7 @@ CalmChain::CalmChain(const std::vector<StageSpec>& stages, const FrameFormat& ta
       mEar(new Ear(mClient->notify())) {
     sp<APipe> next = mEar;
     for (auto stage = stages.rbegin(); stage != stages.rend(); ++stage) {
-        next = makeGiven(*stage, next, mClient->notify());
+        next = newStage(*stage, next, mClient->notify());
         mStages.insert(mStages.begin(), next);
     }
 }

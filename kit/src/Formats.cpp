@@ -46,6 +46,14 @@ APipeBuffer::ColorFormat plainOf(APipeBuffer::ColorFormat color) {
     return color == APipeBuffer::Tp10Ubwc ? APipeBuffer::P010Venus : color;
 }
 
+bool haveSameSamples(APipeBuffer::ColorFormat one, APipeBuffer::ColorFormat other) {
+    const auto familyOf = [](APipeBuffer::ColorFormat color) {
+        if (color == APipeBuffer::Nv12Venus) return APipeBuffer::Nv12;
+        return color == APipeBuffer::P010Venus ? APipeBuffer::P010 : color;
+    };
+    return familyOf(one) == familyOf(other);
+}
+
 std::string misfitOf(const Stages& stages, const FrameFormat& takes) {
     std::string giver = "the source";
     FrameFormat gives = takes;

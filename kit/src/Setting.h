@@ -14,13 +14,6 @@
 namespace plexa::kit {
 
 android::sp<android::APipeItemGenerator> newGenerator(Generator generator);
-// Gives a new stage the generator that its specification names, or one if it has none.
-android::sp<android::APipe> makeGiven(const StageSpec& spec,
-                                      const android::sp<android::APipe>& next,
-                                      const android::sp<android::AMessage>& notify);
-
-// Whether the stage pairs frames with sub inputs and metadata.
-bool needsParts(const android::sp<android::APipe>& stage);
 // Whether its generator gives frames in the order of their queueing.
 bool keepsOrder(const android::sp<android::APipe>& stage);
 

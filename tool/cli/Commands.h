@@ -6,20 +6,24 @@
 #include <string>
 
 #include "cli/CommandLine.h"
-#include "job/ScaleJob.h"
+#include "job/RunJob.h"
 #include "job/SnapshotJob.h"
 
 namespace plexa {
 
 /**
- * Declares the options of `plexa scale`, checks them against each other and runs the job.
+ * Declares the options of `plexa run` or its short form `plexa scale`, checks them against each
+ * other and runs the job.
  *
- * Threading: reentrant, like SnapshotCommand.
+ * Threading: reentrant, like the other commands.
  */
-class ScaleCommand {
+class VideoCommand {
 public:
+    /** Whether the stages are the user's, or decompress and scale. */
+    enum class Form { Run, Scale };
+
     /** Adds the subcommand to `program`, which is borrowed. */
-    explicit ScaleCommand(CLI::App* program);
+    VideoCommand(CLI::App* program, Form form);
 
     bool isChosen() const { return mCommand->parsed(); }
 
@@ -27,11 +31,17 @@ public:
     int run();
 
 private:
+    void addOutputOptions();
     Status checkOptions() const;
+    Status chooseStages();
+    Status checkStages() const;
 
+    const Form mForm;
     CLI::App* mCommand;
     SharedOptions mOptions;
-    ScaleRequest mRequest;
+    RunRequest mRequest;
+    PictureSize mSize;   // of the short form
+    std::string mChain;  // of the long one
 };
 
 /** The same for `plexa snapshot`. */

@@ -64,7 +64,7 @@ std::string notesText(const JobReport& report) {
 
 }  // namespace
 
-std::string toText(const ScaleReport& report) {
+std::string toText(const RunReport& report) {
     std::string result = sizesText(report, "");
     result += text("%lld frames in %.2f s, %.1f frames/s\n", static_cast<long long>(report.frames),
                    report.seconds, report.framesPerSecond());
@@ -79,7 +79,7 @@ std::string toText(const SnapshotReport& report) {
            nameOf(report.engine) + "; " + colorWords(report.source) + "\n" + notesText(report);
 }
 
-std::string toJson(const ScaleReport& report) {
+std::string toJson(const RunReport& report) {
     Json json = jobJson(report);
     json["frames"] = report.frames;
     json["seconds"] = report.seconds;

@@ -22,8 +22,8 @@ struct JobReport {
     std::vector<std::string> notes;
 };
 
-/** The summary of `plexa scale`. */
-struct ScaleReport : JobReport {
+/** The summary of `plexa run` and `plexa scale`. */
+struct RunReport : JobReport {
     int64_t frames = 0;
     double seconds = 0;  // from the first frame to the finished output
     std::vector<StageTime> stages;
@@ -42,11 +42,11 @@ struct SnapshotReport : JobReport {
 };
 
 /** The report as lines for a terminal. Threading: thread-safe, like all functions here. */
-std::string toText(const ScaleReport& report);
+std::string toText(const RunReport& report);
 std::string toText(const SnapshotReport& report);
 
 /** The same as one JSON object; durations are in milliseconds. */
-std::string toJson(const ScaleReport& report);
+std::string toJson(const RunReport& report);
 std::string toJson(const SnapshotReport& report);
 /** A job or command line that failed, as one JSON object. */
 std::string toJson(const Status& failure, int exitStatus);

@@ -33,6 +33,11 @@ void captureLibraryLog(bool verbose) {
     __android_log_set_logger(verbose ? keepErrorAndPrint : keepError);
 }
 
+void forgetLibraryError() {
+    std::scoped_lock lock(sLock);
+    sFirstError.clear();
+}
+
 std::string withLibraryError(std::string text) {
     const Mutex::Autolock lock(sLock);
     if (!sFirstError.empty()) text += " (" + sFirstError + ")";

@@ -13,6 +13,9 @@ namespace plexa {
  */
 void captureLibraryLog(bool verbose);
 
+/** Forgets the error that withLibraryError() would tell: of something that was only tried. */
+void forgetLibraryError();
+
 /** `text`, followed in brackets by the first error line that the library logged, if there is one.
  */
 std::string withLibraryError(std::string text);

@@ -27,6 +27,10 @@ std::vector<FrameFormat> knownFormats(int32_t width, int32_t height);
 /// The linear format of the same samples: itself for one that is not compressed.
 android::APipeBuffer::ColorFormat plainOf(android::APipeBuffer::ColorFormat color);
 
+/// Whether frames of both have the same samples in the same planes, however long their rows.
+bool haveSameSamples(android::APipeBuffer::ColorFormat one,
+                     android::APipeBuffer::ColorFormat other);
+
 /// Why a frame of the format does not come through, as in "decompress gives Nv12Venus 64x48 in
 /// graphics memory; blur wants Yuv420p in local memory". Empty if it does.
 std::string misfitOf(const std::vector<StageSpec>& stages, const FrameFormat& takes);

@@ -28,4 +28,14 @@ StageSpec stageOf(const std::string& name, const std::string& generator = "") {
             generator};
 }
 
+/// A stage with the item generator that its specification names, or one if it has none.
+android::sp<android::APipe> newStage(const StageSpec& spec, const android::sp<android::APipe>& next,
+                                     const android::sp<android::AMessage>& notify);
+
+/// The name that a stage has given itself: in log lines and traces, and its thread's.
+std::string ownNameOf(const android::sp<android::APipe>& stage);
+
+/// Whether the stage pairs frames with sub inputs and metadata of their time.
+bool needsParts(const android::sp<android::APipe>& stage);
+
 }  // namespace plexa::kit

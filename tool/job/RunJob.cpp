@@ -1,12 +1,11 @@
-// Scales a video through a chain of stages, end to end.
-#include "job/ScaleJob.h"
+// Runs a video through a chain of stages, end to end.
+#include "job/RunJob.h"
 
 #include <utils/Trace.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
-#include <iterator>
 #include <thread>
 #include <utility>
 
@@ -17,6 +16,9 @@
 #include "media/PlanarFrame.h"
 
 namespace plexa {
+
+using android::APipeBuffer;
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -33,7 +35,7 @@ std::string sliceName(const char* work, int64_t timeUs) {
 }
 
 // Where the output has no place for the input's rotation, its frames are turned.
-InputOptions forOutput(const ScaleRequest& request) {
+InputOptions forOutput(const RunRequest& request) {
     InputOptions options = request.input;
     options.turnsUpright = outputKindOf(request.output) != OutputKind::Mp4;
     return options;
@@ -41,72 +43,151 @@ InputOptions forOutput(const ScaleRequest& request) {
 
 }  // namespace
 
-ScaleJob::ScaleJob(ScaleRequest request)
+RunJob::RunJob(RunRequest request)
     : mRequest(std::move(request)),
       mReader(forOutput(mRequest)),
       mSink(makeSink(mRequest.output, mRequest.sheet)),
       mTraffic(kInputBuffers),
-      mStageTimes({std::begin(ScaleChain::kStageNames), std::end(ScaleChain::kStageNames)}),
-      mChain(&mTraffic),
-      mSignalReport([this] { return mChain.debugString(); }) {}
+      mSignalReport([this] { return mHasChain ? mChain->debugString() : ""; }) {}
 
-Status ScaleJob::run(ScaleReport* report) {
+Status RunJob::run(RunReport* report) {
     Status status = open();
     if (status.isOk()) status = transfer();
-    if (mTraffic.wasSilent()) std::fputs(mChain.debugString().c_str(), stderr);
-    mChain.stop();
+    if (mChain && mTraffic.wasSilent()) std::fputs(mChain->debugString().c_str(), stderr);
+    if (mChain) mChain->stop();
     if (status.isOk()) fillReport(report);
     return status;
 }
 
-Status ScaleJob::open() {
+Status RunJob::open() {
     Status status = mReader.open();
-    if (status.isOk()) status = chooseSize();
+    if (status.isOk()) status = findStages();
+    if (status.isOk()) status = chooseFormats();
     if (status.isOk()) status = mSink->open(mResult, mReader.format());
     if (!status.isOk()) return status;
     for (int id = 0; id < kOutputBuffers; ++id)
         mOutputs.push_back(allocateLinear(mResult.bitDepth, mResult.width, mResult.height, id));
+    makeChain();
     return startChain(mReader.format().width, mReader.format().height);
 }
 
-Status ScaleJob::chooseSize() {
-    const VideoFormat& source = mReader.format();
+Status RunJob::findStages() {
+    for (kit::StageWord word : mRequest.chain) {
+        Status status = resolveScale(&word);
+        if (!status.isOk()) return status;
+        std::string error;
+        mStages.push_back(kit::findStage(word, &error));
+        if (!error.empty()) return Status::error("--chain: " + error);
+        if (kit::needsParts(kit::newStage(mStages.back(), nullptr, nullptr))) {
+            return Status::error("--chain: " + word.name +
+                                 " pairs frames with sub inputs and metadata, of which a video has "
+                                 "none");
+        }
+    }
+    return {};
+}
+
+// The size of a scale stage, where one of its sides is to follow from the input.
+Status RunJob::resolveScale(kit::StageWord* word) const {
+    if (word->name != "scale") return {};
     const OutputKind kind = outputKindOf(mRequest.output);
     const bool isEncoded = kind == OutputKind::Mp4 || kind == OutputKind::Matroska;
-    const bool isSquare = kind == OutputKind::Picture && mRequest.input.filtersOfOurOwn;
-    const PictureSize coded{source.width, source.height};
-    const PictureSize shown = squarePixels(coded, source.sampleAspectRatio);
     PictureSize size;
-    Status status = resolve(mRequest.size, isSquare ? shown : coded,
-                            isEncoded ? SideRule::Even : SideRule::Any, &size);
-    mResult = source;
-    mResult.width = size.width;
-    mResult.height = size.height;
-    mResult.sampleAspectRatio = isSquare ? aspectFor(size, shown, {1, 1})
-                                         : aspectFor(size, coded, source.sampleAspectRatio);
+    Status status = parseSize(word->arguments, &size);
+    if (status.isOk())
+        status = resolve(size, shownSize(), isEncoded ? SideRule::Even : SideRule::Any, &size);
+    word->arguments = text("%dx%d", size.width, size.height);
     return status;
 }
 
-Status ScaleJob::startChain(int width, int height) {
-    Status status = allocateBuffers(width, height);
-    if (!status.isOk()) return status;
-    return mChain.start({width, height, mResult.width, mResult.height, mResult.bitDepth});
+// In square pixels for a picture, unless that is not wanted.
+PictureSize RunJob::shownSize() const {
+    const VideoFormat& source = mReader.format();
+    const PictureSize coded{source.width, source.height};
+    return showsSquares() ? squarePixels(coded, source.sampleAspectRatio) : coded;
 }
 
-Status ScaleJob::allocateBuffers(int width, int height) {
+bool RunJob::showsSquares() const {
+    return outputKindOf(mRequest.output) == OutputKind::Picture && mRequest.input.filtersOfOurOwn;
+}
+
+Status RunJob::chooseFormats() {
+    const VideoFormat& source = mReader.format();
+    mResult = source;
+    kit::Passage passage;
+    Status status = findPassage(source.width, source.height, &passage);
+    if (!status.isOk()) return status;
+    mResult.width = passage.gives.width;
+    mResult.height = passage.gives.height;
+    mResult.sampleAspectRatio =
+        aspectFor({mResult.width, mResult.height}, shownSize(),
+                  showsSquares() ? AVRational{1, 1} : source.sampleAspectRatio);
+    return {};
+}
+
+// What the stages make of the input's frames; an error where one does not take what it gets.
+Status RunJob::findPassage(int width, int height, kit::Passage* passage) {
+    for (const bool compressed : {true, false}) {
+        const auto found = kit::passageOf(mStages, sourceFormat(width, height, compressed));
+        if (!found) continue;
+        forgetLibraryError();
+        mCompresses = compressed;
+        *passage = *found;
+        const bool fits = found->gives.memory == APipeBuffer::GraphicMemory &&
+                          kit::haveSameSamples(found->gives.color, linearFormat(mResult.bitDepth));
+        if (fits) return {};
+        return Status::error("--chain: " + mStages.back().name + " gives " +
+                             kit::toText(found->gives) + "; the output wants " +
+                             kit::toText(resultFormat(found->gives.width, found->gives.height)));
+    }
+    const bool takesCompressed =
+        kit::passageOf({mStages.front()}, sourceFormat(width, height, true)).has_value();
+    return Status::error("--chain: " +
+                         kit::misfitOf(mStages, sourceFormat(width, height, takesCompressed)));
+}
+
+kit::FrameFormat RunJob::sourceFormat(int width, int height, bool compressed) const {
+    return {compressed ? compressedFormat(mResult.bitDepth) : linearFormat(mResult.bitDepth),
+            APipeBuffer::GraphicMemory, width, height};
+}
+
+kit::FrameFormat RunJob::resultFormat(int width, int height) const {
+    return {linearFormat(mResult.bitDepth), APipeBuffer::GraphicMemory, width, height};
+}
+
+void RunJob::makeChain() {
+    std::vector<std::string> names;
+    for (const kit::StageSpec& stage : mStages) {
+        const std::string name = kit::ownNameOf(kit::newStage(stage, nullptr, nullptr));
+        if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
+    }
+    mStageTimes.emplace(names);
+    mChain.emplace(mStages, &mTraffic);
+    mHasChain = true;
+}
+
+Status RunJob::startChain(int width, int height) {
+    Status status = allocateBuffers(width, height);
+    if (!status.isOk()) return status;
+    return mChain->start(sourceFormat(width, height, mCompresses),
+                         resultFormat(mResult.width, mResult.height));
+}
+
+Status RunJob::allocateBuffers(int width, int height) {
     mInputs.clear();
     for (int id = 0; id < kInputBuffers; ++id)
-        mInputs.push_back(allocateCompressed(mResult.bitDepth, width, height, id));
+        mInputs.push_back(mCompresses ? allocateCompressed(mResult.bitDepth, width, height, id)
+                                      : allocateLinear(mResult.bitDepth, width, height, id));
     const auto isMissing = [](const auto& buffer) { return buffer == nullptr; };
     if (std::any_of(mInputs.begin(), mInputs.end(), isMissing) ||
         std::any_of(mOutputs.begin(), mOutputs.end(), isMissing)) {
         return Status::error(withLibraryError(text("no memory for frames of %dx%d and %dx%d", width,
                                                    height, mResult.width, mResult.height)));
     }
-    return openCompressor(width, height);
+    return mCompresses ? openCompressor(width, height) : Status();
 }
 
-Status ScaleJob::openCompressor(int width, int height) {
+Status RunJob::openCompressor(int width, int height) {
     const int bits = mResult.bitDepth;
     mLinear = allocateLinear(bits, width, height, 0);
     mCompressor = android::APipeConverter::Create(android::APipeConverter::kTypeCL);
@@ -120,7 +201,7 @@ Status ScaleJob::openCompressor(int width, int height) {
         withLibraryError(text("frames of %dx%d cannot be compressed", width, height)));
 }
 
-Status ScaleJob::transfer() {
+Status RunJob::transfer() {
     const Clock::time_point start = Clock::now();
     mSelection = mSink->selection(framesToExpect());
     Status status = readNext();
@@ -137,30 +218,40 @@ Status ScaleJob::transfer() {
     return status;
 }
 
-Status ScaleJob::finishOutput() {
+Status RunJob::finishOutput() {
     ATRACE_NAME("write");
     return mSink->finish();
 }
 
 // Every frame so far is written; the rest comes in another size.
-Status ScaleJob::changeSize() {
+Status RunJob::changeSize() {
     mNotes.push_back(
         text("%s: the video changes size to %dx%d at frame %lld; all is scaled to "
              "%dx%d",
              mRequest.input.path.c_str(), mNext->width, mNext->height,
              static_cast<long long>(mIndex + 1), mResult.width, mResult.height));
-    mChain.stop();
+    mChain->stop();
     mTraffic.startAnew(kInputBuffers);
+    kit::Passage passage;
+    Status status = findPassage(mNext->width, mNext->height, &passage);
+    if (!status.isOk()) return status;
+    if (passage.gives.width != mResult.width || passage.gives.height != mResult.height) {
+        return Status::error(
+            text("%s: the video changes size at frame %lld, and no stage scales "
+                 "it to %dx%d",
+                 mRequest.input.path.c_str(), static_cast<long long>(mIndex + 1), mResult.width,
+                 mResult.height));
+    }
     return startChain(mNext->width, mNext->height);
 }
 
-int64_t ScaleJob::framesToExpect() const {
+int64_t RunJob::framesToExpect() const {
     const int64_t expected = mReader.expectedFrames();
     if (mRequest.maxFrames == 0 || expected == 0) return expected;
     return std::min(expected, mRequest.maxFrames);
 }
 
-Status ScaleJob::readNext() {
+Status RunJob::readNext() {
     mNext = nullptr;
     const bool isEnough =
         mSelection.isCompleteAt(mIndex) || (mRequest.maxFrames > 0 && mIndex == mRequest.maxFrames);
@@ -169,12 +260,12 @@ Status ScaleJob::readNext() {
     return mReader.read(&mNext, &mNextTime);
 }
 
-Status ScaleJob::feed() {
+Status RunJob::feed() {
     Status status = feedUntilSizeChanges();
     return status.isOk() ? queueEnd() : status;
 }
 
-Status ScaleJob::feedUntilSizeChanges() {
+Status RunJob::feedUntilSizeChanges() {
     ProgressLine progress(mRequest.showsProgress, framesToExpect());
     const int width = mInputs[0]->getWidth();
     const int height = mInputs[0]->getHeight();
@@ -188,29 +279,29 @@ Status ScaleJob::feedUntilSizeChanges() {
     return {};
 }
 
-Status ScaleJob::feedFrame(const AVFrame& frame) {
+Status RunJob::feedFrame(const AVFrame& frame) {
     int id = -1;
     if (!mTraffic.takeFreeInput(&id)) return {};
     const auto& input = mInputs[static_cast<size_t>(id)];
     mLastTimeUs = av_rescale_q(mNextTime.pts, mReader.format().timeBase, kMicroseconds);
-    Status status = compress(frame, input);
+    Status status = fill(frame, input);
     if (!status.isOk()) return status;
     input->getMeta()->setInt64("timeUs", mLastTimeUs);
     const std::shared_ptr<AVFrame> properties(av_frame_alloc(), AvDelete());
     av_frame_copy_props(properties.get(), &frame);
     mTraffic.inputQueued({mNextTime, mLastTimeUs, properties});
-    return mChain.queueInput(input);
+    return mChain->queueInput(input);
 }
 
-Status ScaleJob::compress(const AVFrame& frame, const android::sp<android::APipeBuffer>& input) {
-    ATRACE_NAME(sliceName("compress", mLastTimeUs).c_str());
-    pack(frame, pixelsOf(mLinear));
-    if (mCompressor->convert(mLinear, input) == android::OK) return {};
+Status RunJob::fill(const AVFrame& frame, const android::sp<APipeBuffer>& input) {
+    ATRACE_NAME(sliceName(mCompresses ? "compress" : "pack", mLastTimeUs).c_str());
+    pack(frame, pixelsOf(mCompresses ? mLinear : input));
+    if (!mCompresses || mCompressor->convert(mLinear, input) == android::OK) return {};
     return Status::error(withLibraryError("a frame could not be compressed"));
 }
 
 // The stages pass a buffer marked so on without working on it, behind all frames.
-Status ScaleJob::queueEnd() {
+Status RunJob::queueEnd() {
     int id = -1;
     if (!mTraffic.takeFreeInput(&id)) return {};
     const auto& input = mInputs[static_cast<size_t>(id)];
@@ -218,13 +309,13 @@ Status ScaleJob::queueEnd() {
     input->getMeta()->setInt64("timeUs", timeUs);
     input->getMeta()->setInt32("eos", 1);
     mTraffic.inputQueued({{}, timeUs, nullptr, true});
-    return mChain.queueInput(input);
+    return mChain->queueInput(input);
 }
 
-Status ScaleJob::drain() {
+Status RunJob::drain() {
     for (const auto& buffer : mOutputs) {
         mTraffic.outputQueued();
-        Status status = mChain.queueOutput(buffer);
+        Status status = mChain->queueOutput(buffer);
         if (!status.isOk()) return status;
     }
     FrameTraffic::FilledOutput output;
@@ -236,17 +327,17 @@ Status ScaleJob::drain() {
     return {};
 }
 
-Status ScaleJob::writeFrame(const FrameTraffic::FilledOutput& output) {
+Status RunJob::writeFrame(const FrameTraffic::FilledOutput& output) {
     ATRACE_NAME(sliceName("write", output.frame.timeUs).c_str());
     const auto& buffer = mOutputs[static_cast<size_t>(output.bufferId)];
     Status status = mSink->write({buffer, output.frame.time, output.frame.properties});
     if (!status.isOk()) return status;
     ++mWritten;
     mTraffic.outputQueued();
-    return mChain.queueOutput(buffer);
+    return mChain->queueOutput(buffer);
 }
 
-void ScaleJob::fillReport(ScaleReport* report) const {
+void RunJob::fillReport(RunReport* report) const {
     report->input = mRequest.input.path;
     report->output = mRequest.output;
     report->source = mReader.source();
@@ -258,7 +349,7 @@ void ScaleJob::fillReport(ScaleReport* report) const {
         report->notes.insert(report->notes.end(), more.begin(), more.end());
     report->frames = mWritten;
     report->seconds = mSeconds;
-    report->stages = mStageTimes.summary();
+    report->stages = mStageTimes->summary();
     report->chain = mTraffic.chainTimes();
 }
 

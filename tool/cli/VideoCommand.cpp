@@ -1,4 +1,4 @@
-// The command line of `plexa scale`.
+// The command lines of `plexa run` and `plexa scale`.
 #include "cli/Commands.h"
 
 #include <unistd.h>
@@ -13,9 +13,13 @@ namespace {
 
 constexpr int kMaxSheetSide = 100;
 
+constexpr const char* kRunDescription =
+    "Runs a video through a chain of stages, built in and plug-ins: each decoded frame is queued "
+    "into the first one, compressed as by a device's decoder if it takes that, and what comes out "
+    "of the last one is written.";
+
 constexpr const char* kScaleDescription =
-    "Scales a video through a chain of stages: each decoded frame is compressed as by a "
-    "device's decoder, decompressed, scaled, and written.";
+    "Scales a video: plexa run with the stages decompress and scale.";
 
 constexpr const char* kOutputs =
     "By its extension: .mp4 or .mkv (8 bits as H.264, 10 bits as HEVC; even sizes; .mkv keeps "
@@ -40,11 +44,22 @@ std::string checkSheet(const std::string& value) {
 
 }  // namespace
 
-ScaleCommand::ScaleCommand(CLI::App* program)
-    : mCommand(program->add_subcommand("scale", kScaleDescription)) {
+VideoCommand::VideoCommand(CLI::App* program, Form form)
+    : mForm(form),
+      mCommand(form == Form::Run ? program->add_subcommand("run", kRunDescription)
+                                 : program->add_subcommand("scale", kScaleDescription)) {
     addInput(mCommand, &mOptions);
     mCommand->add_option("OUTPUT", mRequest.output, kOutputs)->required();
-    addSizeOption(mCommand, &mRequest.size, "output")->required();
+    if (mForm == Form::Run) {
+        addChainOption(mCommand, &mChain);
+    } else {
+        addSizeOption(mCommand, &mSize, "output")->required();
+    }
+    addOutputOptions();
+    addSharedOptions(mCommand, &mOptions);
+}
+
+void VideoCommand::addOutputOptions() {
     mCommand
         ->add_option("--frames", mRequest.maxFrames, "Stop after N frames, 1 or more; default all")
         ->type_name("N")
@@ -59,10 +74,9 @@ ScaleCommand::ScaleCommand(CLI::App* program)
         ->check(checkSheet);
     mCommand->add_flag("--keep-times", mOptions.input.keepsTimes,
                        "Keep presentation times as they are; default they start at 0");
-    addSharedOptions(mCommand, &mOptions);
 }
 
-Status ScaleCommand::checkOptions() const {
+Status VideoCommand::checkOptions() const {
     const std::string& output = mRequest.output;
     const OutputKind kind = outputKindOf(output);
     if (kind == OutputKind::Unknown) {
@@ -78,14 +92,34 @@ Status ScaleCommand::checkOptions() const {
     return checkIsNotInput(mOptions.input.path, output);
 }
 
-int ScaleCommand::run() {
+Status VideoCommand::chooseStages() {
+    if (mForm == Form::Scale) {
+        mRequest.chain = {{"decompress", "", ""},
+                          {"scale", text("%dx%d", mSize.width, mSize.height), ""}};
+        return {};
+    }
+    std::string error;
+    mRequest.chain = kit::parseChain(mChain, &error);
+    return error.empty() ? checkStages() : Status::error("--chain: " + error);
+}
+
+Status VideoCommand::checkStages() const {
+    for (const kit::StageWord& word : mRequest.chain) {
+        PictureSize size;
+        const Status status = word.name == "scale" ? parseSize(word.arguments, &size) : Status();
+        if (!status.isOk()) return Status::error("--chain: scale:" + status.text());
+    }
+    return {};
+}
+
+int VideoCommand::run() {
     Status status = checkOptions();
     if (status.isOk()) status = checkTrace(mOptions, mRequest.output);
-    if (!status.isOk()) return failUsage(status, "scale", mOptions.json);
+    if (status.isOk()) status = chooseStages();
+    if (!status.isOk()) return failUsage(status, mCommand->get_name(), mOptions.json);
     mRequest.input = mOptions.input;
     mRequest.showsProgress = !mOptions.quiet && !mOptions.verbose && isatty(STDERR_FILENO) != 0;
-    return runJob<ScaleJob, ScaleReport>(mRequest, mOptions,
-                                         mRequest.output == "-" ? stderr : stdout);
+    return runJob<RunJob, RunReport>(mRequest, mOptions, mRequest.output == "-" ? stderr : stdout);
 }
 
 }  // namespace plexa

@@ -1,14 +1,11 @@
-// The client's side of a chain that decompresses and scales.
-#include "job/ScaleChain.h"
+// The client's side of a chain that a video goes through.
+#include "job/VideoChain.h"
 
-#include <APipeDecompress.h>
 #include <APipeItemGenerator.h>
-#include <APipeScale.h>
 
 #include <utility>
 
 #include "base/Text.h"
-#include "media/FrameBuffers.h"
 #include "media/LibraryLog.h"
 
 namespace plexa {
@@ -21,11 +18,6 @@ using android::sp;
 
 namespace {
 
-sp<APipe> withGenerator(const sp<APipe>& stage, const char* name) {
-    stage->setItemGenerator(new android::APipeItemGenerator(name));
-    return stage;
-}
-
 Status queued(android::status_t result, const char* what) {
     if (result == android::OK) return {};
     return Status::error(text("the pipe refused an %s (status %d)", what, result));
@@ -33,49 +25,46 @@ Status queued(android::status_t result, const char* what) {
 
 }  // namespace
 
-ScaleChain::ScaleChain(FrameTraffic* traffic)
+VideoChain::VideoChain(const std::vector<kit::StageSpec>& stages, FrameTraffic* traffic)
     : mLooper(new android::ALooper()), mHandler(new NoticeHandler(traffic)) {
     mLooper->setName("plexa_notices");
     mLooper->start(false, false, android::APipe::kLooperPriority);
     mLooper->registerHandler(mHandler);
     const sp<AMessage> notify = new AMessage(0, mHandler);
-    mLast = withGenerator(new android::APipeScale(nullptr, notify), "plexa_scale");
-    mFirst = withGenerator(new android::APipeDecompress(mLast, notify), "plexa_decompress");
+    for (auto stage = stages.rbegin(); stage != stages.rend(); ++stage)
+        mFirst = kit::newStage(*stage, mFirst, notify);
 }
 
-ScaleChain::~ScaleChain() {
+VideoChain::~VideoChain() {
     stop();
     // The stages go before the looper that hears them.
     mFirst.clear();
-    mLast.clear();
     mLooper->stop();
 }
 
-Status ScaleChain::start(const Sizes& sizes) {
+Status VideoChain::start(const kit::FrameFormat& source, const kit::FrameFormat& destination) {
     mHandler->startAnew();
-    android::status_t result = mFirst->init(
-        formatMessage(compressedFormat(sizes.bitDepth), sizes.sourceWidth, sizes.sourceHeight),
-        formatMessage(linearFormat(sizes.bitDepth), sizes.width, sizes.height));
+    android::status_t result = mFirst->init(kit::formatOf(source), kit::formatOf(destination));
     mStarted = result == android::OK && mHandler->waitForInit();
     if (mStarted) return {};
     return Status::error(
-        withLibraryError(text("the pipe cannot scale %dx%d to %dx%d", sizes.sourceWidth,
-                              sizes.sourceHeight, sizes.width, sizes.height)));
+        withLibraryError(text("the pipe cannot make %dx%d of %dx%d", destination.width,
+                              destination.height, source.width, source.height)));
 }
 
-Status ScaleChain::queueInput(const sp<APipeBuffer>& input) {
+Status VideoChain::queueInput(const sp<APipeBuffer>& input) {
     sp<APipeItem> item = new APipeItem();
     item->mInput = input;
     return queued(mFirst->queueItem(item), "input");
 }
 
-Status ScaleChain::queueOutput(const sp<APipeBuffer>& output) {
+Status VideoChain::queueOutput(const sp<APipeBuffer>& output) {
     sp<APipeItem> item = new APipeItem();
     item->mOutput = output;
-    return queued(mLast->queueItem(item), "output");
+    return queued(mFirst->getLastPipe()->queueItem(item), "output");
 }
 
-void ScaleChain::stop() {
+void VideoChain::stop() {
     // Only a chain that has come up as a whole completes a release with a notice.
     if (std::exchange(mStarted, false)) {
         mFirst->release();
