@@ -8,7 +8,7 @@ set(plexa_package ${CMAKE_INSTALL_LIBDIR}/cmake/plexa)
 
 # Every shared object of the project, and where its users find its headers.
 set(plexa_libraries)
-foreach(library plexa_common plexa_platform plexa_gles vexcolor vexcapture vexutils)
+foreach(library plexa_common plexa_platform plexa_gles vexcolor vexcapture vexutils plexa_kit)
     if(TARGET ${library})
         list(APPEND plexa_libraries ${library})
     endif()
@@ -21,6 +21,7 @@ endforeach()
 
 install(TARGETS ${plexa_libraries} EXPORT plexa_targets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR}
     PUBLIC_HEADER DESTINATION ${plexa_headers})
 if(TARGET plexa)
     install(TARGETS plexa RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
@@ -30,6 +31,9 @@ file(GLOB plexa_platform_includes CONFIGURE_DEPENDS ${PROJECT_SOURCE_DIR}/platfo
 foreach(include_dir ${plexa_platform_includes})
     install(DIRECTORY ${include_dir}/ DESTINATION ${plexa_platform_headers})
 endforeach()
+
+install(DIRECTORY kit/include/ DESTINATION ${plexa_headers})
+install(DIRECTORY examples/stage DESTINATION ${CMAKE_INSTALL_DATADIR}/plexa)
 
 install(EXPORT plexa_targets NAMESPACE plexa:: DESTINATION ${plexa_package})
 configure_package_config_file(cmake/plexa-config.cmake.in
@@ -41,5 +45,8 @@ install(FILES ${CMAKE_BINARY_DIR}/plexa-config.cmake ${CMAKE_BINARY_DIR}/plexa-c
 
 # The file finds its prefix from where it lies, so that an installed tree can be moved.
 file(RELATIVE_PATH plexa_pc_to_prefix /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
-configure_file(cmake/plexa.pc.in ${CMAKE_BINARY_DIR}/plexa.pc @ONLY)
-install(FILES ${CMAKE_BINARY_DIR}/plexa.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+foreach(package plexa plexa-kit)
+    configure_file(cmake/${package}.pc.in ${CMAKE_BINARY_DIR}/${package}.pc @ONLY)
+    install(FILES ${CMAKE_BINARY_DIR}/${package}.pc
+        DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+endforeach()

@@ -18,6 +18,11 @@
 
 namespace plexa::kit {
 
+// One in so many of what an op's argument draws.
+inline bool oneIn(uint32_t n, uint32_t arg) {
+    return (arg >> 8U) % n == 0;
+}
+
 // Threading: act() may be called on several threads; init, flush and release go one after another.
 // The rest belongs to the thread that makes it.
 class Actor {
@@ -59,6 +64,8 @@ public:
 private:
     enum class Loop { None, Running, Releasing };
 
+    static android::sp<android::APipeItem> itemOf(const android::sp<android::APipeBuffer>& input,
+                                                  const android::sp<android::APipeBuffer>& output);
     void makeChain(const Story& story);
     android::status_t queue(size_t stage, const android::sp<android::APipeItem>& item);
     void settle(const Client::Claim& claim, android::status_t status, const std::string& how = "");

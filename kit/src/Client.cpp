@@ -171,16 +171,10 @@ size_t Client::heard(APipe::Notice what) const {
     return mHeard[heardIndex(what)];
 }
 
-size_t Client::away(Role role) const {
-    const std::lock_guard lock(mLock);
-    return static_cast<size_t>(std::count_if(mSlots[role].begin(), mSlots[role].end(),
-                                             [](const Slot& slot) { return slot.away; }));
-}
-
-std::string Client::awayText() const {
+std::string Client::awayText(const std::vector<Role>& roles) const {
     const std::lock_guard lock(mLock);
     std::string text;
-    for (const Role role : {Input, SubInput, Output}) {
+    for (const Role role : roles) {
         for (size_t index = 0; index < mSlots[role].size(); ++index)
             if (mSlots[role][index].away) text += (text.empty() ? "" : ", ") + nameOf(role, index);
     }

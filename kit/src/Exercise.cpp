@@ -1,6 +1,8 @@
 // Many lives, in processes of their own.
 #include <kit/Exercise.h>
 
+#include <android/log.h>
+
 #include <algorithm>
 #include <iterator>
 #include <sstream>
@@ -31,6 +33,8 @@ std::vector<std::string> namesOf(const std::vector<StageSpec>& stages) {
 std::string withoutLoop(const std::string& looper) {
     return looper.substr(0, looper.find("_Looper"));
 }
+
+void keepQuiet(const __android_log_message* /*message*/) {}
 
 // One exercise: what the parent asks of its children, and what they answer.
 class Exercise {
@@ -69,6 +73,7 @@ private:
         return liveOnThreads(setting, story, 1 + static_cast<int>(story.seed % kMostClients));
     }
     void liveAll() const {
+        if (!mOptions.logs) __android_log_set_logger(keepQuiet);
         const Setting around = setting();
         ExerciseReport report;
         if (around.given.size() != mStages.size()) {
@@ -174,6 +179,7 @@ private:
     ExerciseReport shrunkEnded(const ExerciseReport& report, const Story& story) {
         const auto end = [this](const Story& less, milliseconds patience, std::string (*state)()) {
             return inChild(patience, state, [&] {
+                if (!mOptions.logs) __android_log_set_logger(keepQuiet);
                 const Setting around = setting();
                 mPulse.lives = true;
                 live(around, less);

@@ -62,10 +62,9 @@ void drain(Actor& chain, Scheduler& scheduler, Witness& witness) {
         runToRest(scheduler, witness);
     }
     if (!chain.mustFlow()) return;
-    if (chain.client().away(Client::Input) != 0) {
-        witness.complain(
-            "R-HOME", chain.client().awayText() + " never came home, with enough outputs queued");
-    }
+    const std::string away = chain.client().awayText({Client::Input});
+    if (!away.empty())
+        witness.complain("R-HOME", away + " never came home, with enough outputs queued");
     if (chain.client().isWaiting()) witness.complain("R-NOTICE", "no completion notice");
     checkPools(chain, witness, "with nothing left to do");
 }
@@ -86,7 +85,7 @@ void startAfresh(Actor& chain, Scheduler& scheduler, Witness& witness) {
         runToRest(scheduler, witness);
     }
     if (witness.frames != before + kFrames) {
-        const std::string away = chain.client().awayText();
+        const std::string away = chain.client().awayText({Client::Input});
         witness.complain(away.empty() ? "R-AGAIN" : "R-HOME",
                          away.empty()
                              ? "a fresh frame does not come through"

@@ -61,6 +61,7 @@ protected:
 
     void onFlush() override {
         const Mutex::Autolock lock(mLock);
+        mFlushed = true;
         APipe::onFlush();
     }
 
@@ -88,7 +89,7 @@ private:
 
     void touchWhatWasKept(const sp<APipeItem>& item) {
         if (!makes("pointer-over-flush")) return;
-        if (mLast != nullptr && mLast != item->mOutput && mEos == 0) {
+        if (std::exchange(mFlushed, false) && mLast != nullptr && mLast != item->mOutput) {
             APipeItem both;
             both.mInput = item->mInput;
             both.mOutput = mLast;
@@ -124,6 +125,7 @@ private:
     sp<APipeItem> mHeld;
     std::vector<sp<APipeItem>> mKept;
     sp<APipeBuffer> mLast;
+    bool mFlushed = false;
     int64_t mTimeUs = 0;
     int32_t mEos = 0;
 };

@@ -9,8 +9,8 @@ from xml.etree import ElementTree
 import numpy as np
 import pytest
 
-from plexa import (PROGRAM, clip, ffmpeg, grey, greys, noise, ok, pixels, probe, run, size, times,
-                   trace_of, y4m, y4m_frames)
+from plexa import (PROGRAM, clip, failed, ffmpeg, grey, greys, noise, ok, pixels, probe, run, size,
+                   times, trace_of, y4m, y4m_frames)
 
 # More frames at the sizes that are cheap: every buffer is used several times over.
 SIZES = [(2, 2, 20), (18, 10, 20), (19, 11, 20), (322, 178, 12), (641, 361, 5), (1366, 768, 3),
@@ -324,3 +324,48 @@ def test_filters_are_ffmpegs(tmp_path):
     assert len(frames) == 5 and "F5:1" in words
     done = run("scale", source, tmp_path / "p.y4m", "--size", "10x10", "--filters", "krop")
     assert done.returncode == 1 and "--filters: " in done.err and "'krop'" in done.err
+
+
+WATERMARK = os.path.abspath(os.environ.get("WATERMARK", "build/release/lib/libwatermark.so"))
+
+
+@pytest.mark.parametrize("bits", [8, 10])
+def test_stages_of_ones_own_stand_between_ours(tmp_path, bits):
+    (tmp_path / "in.y4m").write_bytes(y4m(128, 96, noise(128, 96, bits, 9), bits))
+    ok("scale", tmp_path / "in.y4m", tmp_path / "plain.y4m", "--size", "64x-1")
+    done = ok("run", tmp_path / "in.y4m", tmp_path / "marked.y4m", "--chain",
+              f"decompress+csc ! {WATERMARK}:text=hi,size=2 ! scale:64x-1")
+    assert "WatermarkStage" in done.out
+    kind = np.uint8 if bits == 8 else np.dtype("<u2")
+    plain, marked = (np.array([np.frombuffer(frame, kind) for frame in
+                               y4m_frames((tmp_path / name).read_bytes())[1]])
+                     for name in ("plain.y4m", "marked.y4m"))
+    differ = (plain != marked).any(axis=0)
+    rows, columns = np.nonzero(differ[:64 * 48].reshape(48, 64))
+    assert len(plain) == 9 and not differ[64 * 48:].any()
+    assert 0 < rows.max() <= 8 and 0 < columns.max() <= 10  # half of where the two letters end
+
+
+@pytest.mark.parametrize("chain,message", [
+    ("nothing", "'nothing' is no stage: expected decompress, scale:WIDTHxHEIGHT or the path"),
+    ("./none.so", "./none.so: there is no such file"),
+    ("./text.so", "./text.so: cannot be loaded: "),
+    (PROGRAM, "cannot be loaded: "),
+    (os.path.join(os.path.dirname(WATERMARK), "libplexa_common.so"),
+     "has no entry point plexa_stage: PLEXA_STAGE(Class) is missing in it"),
+    (WATERMARK + ":txt=3", "no argument 'txt'; there is text, size"),
+    (WATERMARK + ":size=0", "size=0: expected a number from 1 to 100"),
+    (WATERMARK + "+portrait", "pairs frames with sub inputs and metadata, of which a video has none"),
+    (WATERMARK + " ! decompress", "watermark gives Nv12Venus 8x8 in graphics memory; decompress wants"
+     " Nv12Ubwc 8x8 in graphics memory, or Tp10Ubwc 8x8 in graphics memory")])
+def test_a_chain_that_cannot_be_says_why(tmp_path, chain, message):
+    (tmp_path / "in.y4m").write_bytes(y4m(8, 8, greys(8, 8, 1)))
+    (tmp_path / "text.so").write_text("no library")
+    failed(1, message, "run", "in.y4m", "o.y4m", "--chain", chain, cwd=tmp_path)
+    assert not (tmp_path / "o.y4m").exists()
+
+
+def test_exercising_says_whether_a_promise_is_broken():
+    done = ok("exercise", "--chain", WATERMARK, "--lives", 50, "--seed", 7, "--faults")
+    assert "50 lives from seed 7" in done.out and "0 findings" in done.out
+    ok("exercise", "--chain", WATERMARK, "--lives", 3, "--threads")

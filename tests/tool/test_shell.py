@@ -41,7 +41,11 @@ def make_source(tmp_path):
     ("--json: standard output", ["scale", "IN", "-", "--size", "8x8", "--json"]),
     ("is the input itself", ["scale", "IN", "IN", "--size", "8x8"]),
     ("--trace: ", ["scale", "IN", "o.y4m", "--size", "8x8", "--trace", "IN"]),
-    ("OUTPUT: 'a.png' is no .svg", ["trace", "IN", "a.png"])])
+    ("OUTPUT: 'a.png' is no .svg", ["trace", "IN", "a.png"]),
+    ("--chain is required", ["exercise"]),
+    *[(error, ["run", "IN", "o.y4m", "--chain", chain]) for chain, error in (
+        ("scale:0x3", "'0x3' is not a size"), ("decompress ! ", "a stage is missing"),
+        ("decompress+best", "'best' is no item generator"))]])
 def test_usage_errors_have_status_two_and_name_the_option(tmp_path, source, message, arguments):
     arguments = [source if argument == "IN" else argument for argument in arguments]
     done = failed(2, message, *arguments, cwd=tmp_path)

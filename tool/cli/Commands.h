@@ -87,7 +87,6 @@ private:
     CLI::App* mCommand;
     std::string mChain;
     kit::ExerciseOptions mOptions;
-    bool mVerbose = false;
 };
 
 }  // namespace plexa

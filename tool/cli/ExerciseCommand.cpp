@@ -1,7 +1,6 @@
 // The command line of `plexa exercise`.
 #include "cli/Commands.h"
 
-#include <android/log.h>
 #include <kit/StageLibrary.h>
 
 #include <limits>
@@ -13,14 +12,11 @@ namespace {
 
 constexpr const char* kExerciseDescription =
     "Finds which promise stages break: lets them live in random chains, with pools, arrival "
-    "orders, "
-    "losses, pauses, flushes, releases, inits, errors and ends as they come.";
+    "orders, losses, pauses, flushes, releases, inits, errors and ends as they come.";
 
 constexpr const char* kExerciseStatuses =
     "Exit status: 0 no promise was broken, 1 one was, or a plug-in cannot be loaded, 2 the command "
     "line is wrong.";
-
-void keepQuiet(const __android_log_message* /*message*/) {}
 
 }  // namespace
 
@@ -43,11 +39,10 @@ ExerciseCommand::ExerciseCommand(CLI::App* program)
                        "seed brings back");
     mCommand->add_flag("--faults", mOptions.faults,
                        "Memory that cannot be had, mapped or locked and threads that do not start");
-    mCommand->add_flag("--verbose", mVerbose, "Print the log of the library");
+    mCommand->add_flag("--verbose", mOptions.logs, "Print the log of the library");
 }
 
 int ExerciseCommand::run() {
-    if (!mVerbose) __android_log_set_logger(keepQuiet);
     std::string error;
     const std::vector<kit::StageWord> words = kit::parseChain(mChain, &error);
     if (!error.empty()) return failUsage(Status::error("--chain: " + error), "exercise", false);

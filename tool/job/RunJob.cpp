@@ -1,6 +1,7 @@
 // Runs a video through a chain of stages, end to end.
 #include "job/RunJob.h"
 
+#include <host/TraceSink.h>
 #include <utils/Trace.h>
 
 #include <algorithm>
@@ -28,6 +29,21 @@ constexpr int kInputBuffers = 4;
 constexpr int kOutputBuffers = 4;
 
 constexpr AVRational kMicroseconds = {1, 1000000};
+
+// While it lives, what is only tried is neither traced nor told of in errors.
+class Rehearsal {
+public:
+    Rehearsal() { android::host::setTraceSink(nullptr); }
+    ~Rehearsal() {
+        android::host::setTraceSink(mSink);
+        forgetLibraryError();
+    }
+    Rehearsal(const Rehearsal&) = delete;
+    Rehearsal& operator=(const Rehearsal&) = delete;
+
+private:
+    android::host::TraceSink* const mSink = android::host::traceSink();
+};
 
 // In a trace, as the stages name theirs.
 std::string sliceName(const char* work, int64_t timeUs) {
@@ -127,10 +143,10 @@ Status RunJob::chooseFormats() {
 
 // What the stages make of the input's frames; an error where one does not take what it gets.
 Status RunJob::findPassage(int width, int height, kit::Passage* passage) {
+    const Rehearsal rehearsal;
     for (const bool compressed : {true, false}) {
         const auto found = kit::passageOf(mStages, sourceFormat(width, height, compressed));
         if (!found) continue;
-        forgetLibraryError();
         mCompresses = compressed;
         *passage = *found;
         const bool fits = found->gives.memory == APipeBuffer::GraphicMemory &&

@@ -81,9 +81,8 @@ public:
     /// How many notices of the kind came so far.
     size_t heard(android::APipe::Notice what) const;
 
-    size_t away(Role role) const;
     /// The buffers that are away, as in "input 2, output 0"; empty if none is.
-    std::string awayText() const;
+    std::string awayText(const std::vector<Role>& roles = {Input, SubInput, Output}) const;
     /// Complains of buffers that were written while they were at home.
     void checkHome();
     /// From now on frames must come in the order of their numbers.

@@ -18,6 +18,8 @@ struct ExerciseOptions {
     bool threads = false;
     /// Memory that cannot be had, mapped or locked, and threads that do not start.
     bool faults = false;
+    /// Print the library's log, which tells of what clients do wrong on purpose.
+    bool logs = false;
     /// A message that is handled for longer than this hangs; so does a life on threads that takes
     /// twenty times as long.
     std::chrono::milliseconds deadline{2000};
