@@ -217,10 +217,6 @@ bool Actor::poolsAreWhole() const {
     return true;
 }
 
-std::string Actor::stateText() const {
-    return mStages.empty() ? "" : StageAccess::stateOf(mStages.front());
-}
-
 std::vector<std::string> Actor::threadNames() const {
     constexpr size_t kKernelNameLength = 15;
     std::vector<std::string> names;

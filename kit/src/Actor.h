@@ -52,8 +52,7 @@ public:
     bool mustFlow() const;
     // Whether every buffer of each stage's pool is free. For a chain at rest.
     bool poolsAreWhole() const;
-    // What the chain says of itself.
-    std::string stateText() const;
+    const android::sp<android::APipe>& first() const { return mStages.front(); }
     // As the system has them.
     std::vector<std::string> threadNames() const;
     Client& client() { return *mClient; }

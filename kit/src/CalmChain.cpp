@@ -51,9 +51,11 @@ CalmChain::CalmChain(const std::vector<StageSpec>& stages, const FrameFormat& ta
         next = newStage(*stage, next, mClient->notify());
         mStages.insert(mStages.begin(), next);
     }
+    mLiving.emplace(next);
 }
 
 CalmChain::~CalmChain() {
+    mLiving.reset();
     mStages.front()->release();
     [[maybe_unused]] const bool rests = mScheduler.runToRest();
     mClient->stop();

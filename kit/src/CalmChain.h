@@ -9,6 +9,8 @@
 #include <optional>
 #include <vector>
 
+#include "StageAccess.h"
+
 namespace plexa::kit {
 
 class Ear;
@@ -40,6 +42,7 @@ private:
     const android::sp<ClientHandler> mClient = ClientHandler::create();
     android::sp<Ear> mEar;
     std::vector<android::sp<android::APipe>> mStages;
+    std::optional<LivingChain> mLiving;
 };
 
 }  // namespace plexa::kit

@@ -9,6 +9,7 @@
 
 #include "ChildProcess.h"
 #include "Life.h"
+#include "StageAccess.h"
 
 namespace plexa::kit {
 
@@ -44,7 +45,7 @@ public:
 
     ExerciseReport run() {
         const auto end = inChild(mOptions.deadline * (mOptions.threads ? kThreadPatience : 1),
-                                 stateOfLife, [this] { liveAll(); });
+                                 LivingChain::stateText, [this] { liveAll(); });
         if (end == ChildEnd::Done) return answered();
         if (!mPulse.lives) return failedAlone(end);
         const Story story =
@@ -116,7 +117,7 @@ private:
         report->what = last.finding->what;
         report->chain = chainText(least, namesOf(mStages));
         report->story = last.story;
-        report->state = last.state;
+        report->state = last.finding->state;
         report->seed = story.seed;
     }
     void answer(const ExerciseReport& report) const {
@@ -190,7 +191,7 @@ private:
             return std::chrono::steady_clock::now() < deadline &&
                    end(less, kTryPatience, nullptr) != ChildEnd::Done;
         });
-        const ChildEnd last = end(least, mOptions.deadline / 2, stateOfLife);
+        const ChildEnd last = end(least, mOptions.deadline / 2, LivingChain::stateText);
         if (last == ChildEnd::Done) return report;
         ExerciseReport less = ended(last, least);
         less.lives = report.lives;

@@ -16,6 +16,7 @@
 
 #include "Actor.h"
 #include "Pulse.h"
+#include "StageAccess.h"
 
 namespace plexa::kit {
 
@@ -113,31 +114,9 @@ void checkNothingIsLeft(Witness& witness, const android::host::GraphicsCounts& b
     if (!(graphicsCounts() == before)) witness.complain("R-NOTHING", "graphics memory is left");
 }
 
-LifeReport reportOf(const Witness& witness, const std::string& state) {
-    return {witness.finding(), witness.story(), state, witness.frames};
+LifeReport reportOf(const Witness& witness) {
+    return {witness.finding(), witness.story(), witness.frames};
 }
-
-// Of a chain that may hang: asked for from the outside.
-const Actor* gLiving = nullptr;
-
-// What the first finding met.
-class StateKeeper {
-public:
-    StateKeeper(const Actor& chain, const Witness& witness) : mChain(chain), mWitness(witness) {
-        gLiving = &chain;
-    }
-    ~StateKeeper() { gLiving = nullptr; }
-    bool look() {
-        if (mState.empty() && mWitness.finding()) mState = mChain.stateText();
-        return mWitness.finding().has_value();
-    }
-    const std::string& state() const { return mState; }
-
-private:
-    const Actor& mChain;
-    const Witness& mWitness;
-    std::string mState;
-};
 
 size_t openDescriptors() {
     const std::filesystem::directory_iterator all("/proc/self/fd");
@@ -175,50 +154,43 @@ void runClients(Actor& chain, const Story& story, size_t clients) {
 
 }  // namespace
 
-std::string stateOfLife() {
-    return gLiving != nullptr ? gLiving->stateText() : "";
-}
-
 LifeReport liveOnScheduler(const Setting& setting, const Story& story) {
     const auto witness = std::make_shared<Witness>();
     const auto before = graphicsCounts();
-    std::string state;
     {
         std::optional<Scheduler> scheduler(std::in_place, story.seed, story.order);
         Actor chain(setting, story, witness, true,
                     [&](Actor&) { runToRest(*scheduler, *witness); });
-        StateKeeper keeper(chain, *witness);
+        std::optional<LivingChain> living(std::in_place, chain.first());
         chain.init();
         for (const Op& op : story.ops) {
             Pulse::beat("");
             chain.act(op);
             if (op.act == Act::Run) runABit(*scheduler, *witness, op.arg);
-            if (keeper.look()) break;
+            if (witness->finding()) break;
         }
         endLife(story, chain, *scheduler, *witness);
-        keeper.look();
-        state = keeper.state();
+        living.reset();
         // The references may go before or after the loops have come to an end.
         if (story.seed % 3 == 0) scheduler.reset();
         chain.dropStages(story.seed % 2 == 0);
         if (scheduler && story.seed % 3 == 1) runToRest(*scheduler, *witness);
     }
     checkNothingIsLeft(*witness, before);
-    return reportOf(*witness, state);
+    return reportOf(*witness);
 }
 
 LifeReport liveOnThreads(const Setting& setting, const Story& story, int clients) {
     const auto witness = std::make_shared<Witness>();
     const auto before = graphicsCounts();
     const size_t descriptors = openDescriptors();
-    std::string state;
     std::vector<std::string> threads;
     {
         Actor chain(setting, story, witness, clients == 1, [](Actor& self) {
             [[maybe_unused]] const bool came =
                 eventually([&] { return !self.client().isWaiting(); });
         });
-        StateKeeper keeper(chain, *witness);
+        std::optional<LivingChain> living(std::in_place, chain.first());
         threads = chain.threadNames();
         chain.init();
         runClients(chain, story, static_cast<size_t>(clients));
@@ -229,8 +201,7 @@ LifeReport liveOnThreads(const Setting& setting, const Story& story, int clients
                 witness->complain("R-NOTICE", "no completion notice after the last release");
             checkAllIsHome(chain, *witness, "after the last release");
         }
-        keeper.look();
-        state = keeper.state();
+        living.reset();
         chain.dropStages(story.seed % 2 == 0);
         if (!eventually([&] { return witness->stages == 0; }))
             witness->complain("R-NOTHING", "a stage is left");
@@ -242,7 +213,7 @@ LifeReport liveOnThreads(const Setting& setting, const Story& story, int clients
     if (!eventually([&] { return witness->alive() == 0; }))
         witness->complain("R-NOTHING", "a buffer is left");
     checkNothingIsLeft(*witness, before);
-    return reportOf(*witness, state);
+    return reportOf(*witness);
 }
 
 }  // namespace plexa::kit

@@ -16,7 +16,6 @@ namespace plexa::kit {
 struct LifeReport {
     std::optional<Finding> finding;
     std::string story;  // what the client did, up to the finding
-    std::string state;  // what the chain says of itself then
     uint64_t frames = 0;
 };
 
@@ -25,9 +24,6 @@ LifeReport liveOnScheduler(const Setting& setting, const Story& story);
 
 // On the loopers' own threads; the ops are dealt out to this many client threads.
 LifeReport liveOnThreads(const Setting& setting, const Story& story, int clients);
-
-// What the chain that lives says of itself: for a process that hangs, from any thread.
-std::string stateOfLife();
 
 // The least that still fails: takes out runs of ops, ever shorter ones, and neighbours, and makes
 // those that are left plain. `fails` lives a story.

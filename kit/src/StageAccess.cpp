@@ -1,6 +1,7 @@
 // What is inside of any stage.
 #include "StageAccess.h"
 
+#include <atomic>
 #include <set>
 #include <vector>
 
@@ -11,6 +12,8 @@ using android::APipeBuffer;
 using android::sp;
 
 namespace {
+
+std::atomic<const APipe*> gLiving = nullptr;
 
 struct GeneratorAccess : public android::APipeItemGenerator {
     using APipeItemGenerator::mOutputBuffers;
@@ -46,6 +49,19 @@ int StageAccess::countPoolBuffers(const sp<APipe>& stage) {
     for (const auto& buffer : taken)
         pool->returnBuffer(buffer);
     return once ? static_cast<int>(different.size()) : -1;
+}
+
+LivingChain::LivingChain(const sp<APipe>& first) : mFirst(first) {
+    gLiving = first.get();
+}
+
+LivingChain::~LivingChain() {
+    gLiving = nullptr;
+}
+
+std::string LivingChain::stateText() {
+    const APipe* const first = gLiving;
+    return first != nullptr ? first->debugString() : "";
 }
 
 }  // namespace plexa::kit

@@ -23,19 +23,25 @@ struct StageAccess : public android::APipe {
         return (*stage).*(&StageAccess::mName);
     }
 
-    // What the chain that starts here says of itself, from any thread.
-    template <typename Stage>
-    static std::string stateOf(const android::sp<Stage>& first) {
-        if constexpr (requires { first->debugString(); }) {
-            return first->debugString();
-        } else {
-            return "";
-        }
-    }
-
     // How many different buffers of the pool are free or wait in the generator; -1 for one that is
     // counted twice. For a stage at rest.
     static int countPoolBuffers(const android::sp<android::APipe>& stage);
+};
+
+// The chain that lives at the moment, for those who ask what it is at.
+// Threading: made and destroyed on one thread; stateText() is thread-safe meanwhile.
+class LivingChain {
+public:
+    explicit LivingChain(const android::sp<android::APipe>& first);
+    ~LivingChain();
+    LivingChain(const LivingChain&) = delete;
+    LivingChain& operator=(const LivingChain&) = delete;
+
+    // What the chain says of itself; empty without one.
+    static std::string stateText();
+
+private:
+    const android::sp<android::APipe> mFirst;
 };
 
 }  // namespace plexa::kit

@@ -4,6 +4,7 @@
 #include <algorithm>
 
 #include "Pulse.h"
+#include "StageAccess.h"
 
 namespace plexa::kit {
 
@@ -11,7 +12,7 @@ Pulse* Pulse::installed = nullptr;
 
 void Witness::complain(const std::string& promise, const std::string& what) {
     const std::lock_guard lock(mLock);
-    if (!mFinding) mFinding = {promise, what};
+    if (!mFinding) mFinding = {promise, what, LivingChain::stateText()};
 }
 
 std::optional<Finding> Witness::finding() const {

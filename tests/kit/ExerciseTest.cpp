@@ -45,7 +45,7 @@ INSTANTIATE_TEST_SUITE_P(
     testing::Values(
         Case{MISTAKE("none"), ""}, Case{"decompress ! scale:32x16", ""},
         Case{PLEXA_PORTRAIT_STAGE, ""}, Case{MISTAKE("input-kept"), "R-HOME R-POOL"},
-        Case{MISTAKE("one-in-a-hundred"), "R-HOME R-POOL"},
+        Case{MISTAKE("one-in-a-hundred"), "R-HOME R-POOL R-AGAIN"},
         Case{MISTAKE("no-base-work"), "R-HOME R-AGAIN"}, Case{MISTAKE("no-base-init"), "R-AGAIN"},
         Case{MISTAKE("output-twice"), "R-HOME"}, Case{MISTAKE("frame-without-frame"), "R-PIXELS"},
         Case{MISTAKE("pointer-over-flush"), "R-ALONE"},

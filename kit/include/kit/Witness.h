@@ -16,6 +16,7 @@ namespace plexa::kit {
 struct Finding {
     std::string promise;  ///< its id in docs/reliability.md
     std::string what;
+    std::string state;  ///< what the chain said of itself then (APipe::debugString)
 };
 
 /// Outlives the chain that it looks at.
