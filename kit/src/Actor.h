@@ -33,6 +33,7 @@ public:
           bool oneClient, std::function<void(Actor&)> rest);
     ~Actor();
 
+    void setPaused(size_t stage, bool paused);
     // Every act but Act::Run.
     void act(const Op& op);
 
@@ -78,7 +79,6 @@ private:
     void queueUntimed();
     void setRanges();
     void setParameter(size_t stage, uint32_t arg);
-    void setPaused(size_t stage, bool paused);
     void failEngine(size_t stage);
     void failSystem(uint32_t arg);
     bool mayQueueInto(size_t stage, uint32_t arg);

@@ -8,6 +8,7 @@
 #include <sstream>
 
 #include "ChildProcess.h"
+#include "Fields.h"
 #include "Life.h"
 #include "StageAccess.h"
 
@@ -23,7 +24,6 @@ constexpr int kThreadPatience = 20;
 constexpr milliseconds kTryPatience{80};
 constexpr milliseconds kShrinkTime{4000};
 constexpr int kMostClients = 3;
-constexpr char kSeparator = '\x1f';
 
 std::vector<std::string> namesOf(const std::vector<StageSpec>& stages) {
     std::vector<std::string> names;
@@ -121,35 +121,19 @@ private:
         report->seed = story.seed;
     }
     void answer(const ExerciseReport& report) const {
-        std::ostringstream text;
-        text << report.found << kSeparator << report.promise << kSeparator << report.what
-             << kSeparator << report.chain << kSeparator << report.story << kSeparator
-             << report.state << kSeparator << report.seed << kSeparator << report.lives
-             << kSeparator << report.frames << kSeparator << report.note << kSeparator;
-        mPulse.result.set(text.str());
+        FieldWriter fields;
+        fields << report.found << report.promise << report.what << report.chain << report.story
+               << report.state << report.seed << report.lives << report.frames << report.note;
+        mPulse.result.set(fields.text());
     }
 
     // --- In the parent ---
 
     ExerciseReport answered() const {
-        std::istringstream text(mPulse.result.get());
-        const auto next = [&text] {
-            std::string field;
-            std::getline(text, field, kSeparator);
-            return field;
-        };
-        const auto number = [&next] { return std::strtoull(next().c_str(), nullptr, 10); };
         ExerciseReport report;
-        report.found = number() != 0;
-        report.promise = next();
-        report.what = next();
-        report.chain = next();
-        report.story = next();
-        report.state = next();
-        report.seed = number();
-        report.lives = number();
-        report.frames = number();
-        report.note = next();
+        FieldReader fields(mPulse.result.get());
+        fields >> report.found >> report.promise >> report.what >> report.chain >> report.story >>
+            report.state >> report.seed >> report.lives >> report.frames >> report.note;
         return report;
     }
     // A life that did not get to its report.

@@ -12,6 +12,7 @@ struct StageAccess : public android::APipe {
     using APipe::mBufferPool;
     using APipe::mItemGenerator;
     using APipe::mName;
+    using APipe::mNextPipe;
     using APipe::setReply;
 
     static android::sp<android::APipeItemGenerator> generatorOf(
@@ -19,6 +20,9 @@ struct StageAccess : public android::APipe {
         return (*stage).*(&StageAccess::mItemGenerator);
     }
 
+    static android::sp<android::APipe> nextOf(const android::sp<android::APipe>& stage) {
+        return (*stage).*(&StageAccess::mNextPipe);
+    }
     static const std::string& nameOf(const android::sp<android::APipe>& stage) {
         return (*stage).*(&StageAccess::mName);
     }

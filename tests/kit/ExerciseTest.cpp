@@ -1,6 +1,7 @@
 // What exercising stages finds: nothing in right ones, and each of the mistakes that are easily
 // made.
 #include <gtest/gtest.h>
+#include <kit/AllOrders.h>
 #include <kit/Exercise.h>
 #include <kit/StageLibrary.h>
 
@@ -26,6 +27,11 @@ protected:
     const LogCapture mLog{ANDROID_LOG_FATAL};
 };
 
+class AllOrdersTest : public testing::Test {
+protected:
+    const LogCapture mLog{ANDROID_LOG_FATAL};
+};
+
 TEST_P(ExerciseTest, FindsWhatIsThere) {
     std::string error;
     const auto stages = kit::findChain(GetParam().chain, &error);
@@ -36,6 +42,20 @@ TEST_P(ExerciseTest, FindsWhatIsThere) {
     EXPECT_EQ(report.found, !promises.empty());
     EXPECT_NE((promises + " ").find(report.promise + " "), std::string::npos);
     std::cout << kit::toText(report, options);
+}
+
+// Of decompress and scale, and of a stage that keeps what it has over a flush.
+TEST_F(AllOrdersTest, AreFewEnoughToVisit) {
+    std::string error;
+    const auto ours = kit::findChain("decompress ! scale:32x16", &error);
+    for (const kit::Call call : {kit::Call::Flush, kit::Call::Release, kit::Call::Pause}) {
+        const kit::AllOrdersReport report = kit::visitAllOrders(ours, call);
+        EXPECT_FALSE(report.found) << kit::toText(report, call);
+        EXPECT_GT(report.orders, 100U);
+        std::cout << kit::toText(report, call);
+    }
+    const auto mistaken = kit::findChain(PLEXA_MISTAKEN_STAGE ":mistake=state-over-flush", &error);
+    EXPECT_TRUE(kit::visitAllOrders(mistaken, kit::Call::Flush).found);
 }
 
 #define MISTAKE(name) PLEXA_MISTAKEN_STAGE ":mistake=" name

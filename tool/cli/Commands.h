@@ -84,8 +84,11 @@ public:
     int run();
 
 private:
+    int visitAllOrders(const std::vector<kit::StageSpec>& stages) const;
+
     CLI::App* mCommand;
     std::string mChain;
+    bool mAllOrders = false;
     kit::ExerciseOptions mOptions;
 };
 

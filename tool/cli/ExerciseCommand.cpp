@@ -1,6 +1,7 @@
 // The command line of `plexa exercise`.
 #include "cli/Commands.h"
 
+#include <kit/AllOrders.h>
 #include <kit/StageLibrary.h>
 
 #include <limits>
@@ -39,6 +40,9 @@ ExerciseCommand::ExerciseCommand(CLI::App* program)
                        "seed brings back");
     mCommand->add_flag("--faults", mOptions.faults,
                        "Memory that cannot be had, mapped or locked and threads that do not start");
+    mCommand->add_flag("--all-orders", mAllOrders,
+                       "Instead of random lives, three frames and one flush, release or pause in "
+                       "every order in which the loops can take their messages");
     mCommand->add_flag("--verbose", mOptions.logs, "Print the log of the library");
 }
 
@@ -51,10 +55,21 @@ int ExerciseCommand::run() {
         stages.push_back(kit::findStage(word, &error));
         if (!error.empty()) return fail(Status::error("--chain: " + error), kExitFailed, false);
     }
+    if (mAllOrders) return visitAllOrders(stages);
     const kit::ExerciseReport report = kit::exercise(stages, mOptions);
     const Status status = print(kit::toText(report, mOptions), stdout);
     if (!status.isOk()) return fail(status, kExitFailed, false);
     return report.found ? kExitFailed : kExitDone;
+}
+
+int ExerciseCommand::visitAllOrders(const std::vector<kit::StageSpec>& stages) const {
+    for (const kit::Call call : {kit::Call::Flush, kit::Call::Release, kit::Call::Pause}) {
+        const kit::AllOrdersReport report = kit::visitAllOrders(stages, call);
+        const Status status = print(kit::toText(report, call), stdout);
+        if (!status.isOk()) return fail(status, kExitFailed, false);
+        if (report.found) return kExitFailed;
+    }
+    return kExitDone;
 }
 
 }  // namespace plexa

@@ -31,16 +31,20 @@ int64_t LooperScheduler::nowUs() const {
     return mLoops->nowUs.load(std::memory_order_relaxed);
 }
 
-bool LooperScheduler::runOne() {
-    LOG_ALWAYS_FATAL_IF(mLoops->current != nullptr, "runOne() from within a message");
+const std::vector<LooperScheduler::Due>& LooperScheduler::due() {
     mDueLoops.clear();
     mDue.clear();
     for (ScheduledLoop* loop : mLoops->loops) {
         if (loop->nextDueUs() > nowUs()) continue;
         mDueLoops.push_back(loop);
-        mDue.push_back({loop->number(), loop->name()});
+        mDue.push_back({loop->number(), loop->name(), loop->pending()});
     }
-    if (mDue.empty()) return false;
+    return mDue;
+}
+
+bool LooperScheduler::runOne() {
+    LOG_ALWAYS_FATAL_IF(mLoops->current != nullptr, "runOne() from within a message");
+    if (due().empty()) return false;
     const sp<ScheduledLoop> chosen(mDueLoops[mChoose(mDue)]);
     chosen->handleNext();
     return true;

@@ -121,6 +121,11 @@ int64_t MessageQueue::nextDueUs() {
     return isBatchDone() && mPosted.empty() ? firstDelayedUs() : 0;
 }
 
+size_t MessageQueue::pending() {
+    const Mutex::Autolock lock(mLock);
+    return mPosted.size() + mBatch.size() - mNext;
+}
+
 void MessageQueue::wait() {
     if (IdleLoops::giveWay(mHasPosted)) return;
     constexpr int64_t kNsPerUs = 1'000;

@@ -46,6 +46,8 @@ public:
     bool handleNext();
     // When the next message is due: 0 for at once, kNever for none.
     int64_t nextDueUs() EXCLUDES(mLock);
+    // How many messages were posted without a delay and wait.
+    size_t pending() EXCLUDES(mLock);
     // Sleeps until a message is due or the queue is stopped; may also return without a reason.
     void wait() EXCLUDES(mLock);
     // Destroys what the queue holds.

@@ -44,6 +44,7 @@ public:
     uint64_t number() const { return mNumber; }
     const std::string& name() const { return mName; }
     int64_t nextDueUs() { return mQueue->nextDueUs(); }
+    size_t pending() { return mQueue->pending(); }
     void handleNext();
 
     bool isCurrent() const override { return mLoops->current == this; }

@@ -26,7 +26,8 @@ public:
     // A looper with a message due. Numbers count the starts of loopers from 0.
     struct Due {
         uint64_t number;
-        std::string_view name;  // valid while the function runs that is asked
+        std::string_view name;  // valid until the next message is handled
+        size_t pending;         // messages that were posted without a delay
     };
     // The index of the one that goes on, of at least one.
     using Choose = std::function<size_t(const std::vector<Due>& due)>;
@@ -39,6 +40,8 @@ public:
 
     int64_t nowUs() const;
 
+    // The loopers that have a message due. Valid until the next message is handled.
+    const std::vector<Due>& due();
     // Handles one message of one looper; false when none is due. Not from within a message.
     bool runOne();
     // Handles messages until none is due, at most `limit`; how many it handled.
@@ -51,7 +54,7 @@ public:
 private:
     const Choose mChoose;
     const sp<ScheduledLoops> mLoops;
-    // Of use within runOne() only.
+    // As of the last due().
     std::vector<ScheduledLoop*> mDueLoops;
     std::vector<Due> mDue;
 };
