@@ -121,7 +121,7 @@ private:
             if (enabled.empty()) return true;
             mNamed = mTree->next(enabled);
             if (mNamed == OrderTree::kNobody) return false;
-            mWitness->tell(nameOf(mNamed));
+            if (mNamed != kCall) mWitness->tell(nameOf(mNamed));
             called |= mNamed == kCall;
             takeStep();
             if (mWitness->finding()) return true;

@@ -243,9 +243,18 @@ protected:
     virtual void onSetParameter(int key, const std::string& value);
     virtual void onSetParameter(int key, const sp<AMessage>& value);
 
-    /// Makes the pool of this stage's outputs, in place of an earlier one; for onInit. The format
-    /// asked for decides the pool's format and memory. The last stage needs none: its client
-    /// supplies outputs. OK, or UNKNOWN_ERROR if the pool cannot be set up.
+    /// Makes the pool of this stage's outputs, in place of an earlier one; for onInit. The last stage
+    /// needs none: its client supplies outputs. OK, or UNKNOWN_ERROR if the pool cannot be set up.
+    ///
+    /// The format asked for decides the pool's format and memory:
+    ///
+    ///     asked for    buffers are  in memory
+    ///     Nv12Ubwc     Nv12Venus    graphics
+    ///     Tp10Ubwc     P010         graphics
+    ///     Rgba8888     Rgba8888     graphics
+    ///     Nv12Venus    Nv12         local
+    ///     P010Venus    P010         local
+    ///     any other    the same     local
     status_t setBufferInfo(int bufferCount, int width, int height,
                            APipeBuffer::ColorFormat colorFormat, bool useWaitBufferPool);
 
