@@ -243,8 +243,9 @@ protected:
     virtual void onSetParameter(int key, const std::string& value);
     virtual void onSetParameter(int key, const sp<AMessage>& value);
 
-    /// Makes the pool of this stage's outputs, in place of an earlier one; for onInit. The last stage
-    /// needs none: its client supplies outputs. OK, or UNKNOWN_ERROR if the pool cannot be set up.
+    /// Makes the pool of this stage's outputs, in place of an earlier one; for onInit. The last
+    /// stage needs none: its client supplies outputs. OK, or UNKNOWN_ERROR if the pool cannot be
+    /// set up.
     ///
     /// The format asked for decides the pool's format and memory:
     ///
