@@ -5,7 +5,6 @@
 #include <kit/Formats.h>
 
 #include <algorithm>
-#include <ranges>
 #include <utility>
 
 #include "StageAccess.h"
@@ -64,7 +63,8 @@ Actor::~Actor() {
 void Actor::makeChain(const Story& story) {
     bool behind = proves(story);
     sp<APipe> next;
-    for (const StagePlan& plan : story.stages | std::views::reverse) {
+    for (auto it = story.stages.rbegin(); it != story.stages.rend(); ++it) {
+        const StagePlan& plan = *it;
         sp<NeighbourStage> neighbour;
         if (plan.given != StagePlan::kNeighbour) {
             behind = false;

@@ -70,7 +70,9 @@ std::vector<uint64_t> digestsOf(const std::vector<StageSpec>& given, const Frame
 
 bool keepsOrder(const sp<APipe>& stage) {
     const auto generator = StageAccess::generatorOf(stage);
-    return generator == nullptr || typeid(*generator) == typeid(android::APipeItemGenerator);
+    if (generator == nullptr) return true;
+    const android::APipeItemGenerator& policy = *generator;
+    return typeid(policy) == typeid(android::APipeItemGenerator);
 }
 
 sp<AMessage> metaOfFrame(int64_t frame) {
