@@ -12,7 +12,7 @@
 namespace plexa {
 namespace {
 
-// With default options, and by one of the promises, if there is anything to find.
+// By one of the promises, if there is anything to find.
 struct Case {
     const char* chain;
     const char* promises;  // empty: none is broken
@@ -36,7 +36,7 @@ TEST_P(ExerciseTest, FindsWhatIsThere) {
     std::string error;
     const auto stages = kit::findChain(GetParam().chain, &error);
     ASSERT_EQ(error, "");
-    const kit::ExerciseOptions options;
+    const kit::ExerciseOptions options{.lives = PLEXA_EXERCISE_LIVES};
     const kit::ExerciseReport report = kit::exercise(stages, options);
     const std::string promises = GetParam().promises;
     EXPECT_EQ(report.found, !promises.empty());

@@ -1,7 +1,6 @@
 // Runs a video through a chain of stages, end to end.
 #include "job/RunJob.h"
 
-#include <host/TraceSink.h>
 #include <utils/Trace.h>
 
 #include <algorithm>
@@ -30,21 +29,6 @@ constexpr int kOutputBuffers = 4;
 
 constexpr AVRational kMicroseconds = {1, 1000000};
 
-// While it lives, what is only tried is neither traced nor told of in errors.
-class Rehearsal {
-public:
-    Rehearsal() { android::host::setTraceSink(nullptr); }
-    ~Rehearsal() {
-        android::host::setTraceSink(mSink);
-        forgetLibraryError();
-    }
-    Rehearsal(const Rehearsal&) = delete;
-    Rehearsal& operator=(const Rehearsal&) = delete;
-
-private:
-    android::host::TraceSink* const mSink = android::host::traceSink();
-};
-
 // In a trace, as the stages name theirs.
 std::string sliceName(const char* work, int64_t timeUs) {
     return text("%s %lld", work, static_cast<long long>(timeUs));
@@ -57,12 +41,19 @@ InputOptions forOutput(const RunRequest& request) {
     return options;
 }
 
+RunPlan planFor(const RunRequest& request) {
+    const OutputKind kind = outputKindOf(request.output);
+    const bool isPicture = kind == OutputKind::Picture;
+    return {request.chain, kind, isPicture && request.input.filtersOfOurOwn};
+}
+
 }  // namespace
 
 RunJob::RunJob(RunRequest request)
     : mRequest(std::move(request)),
       mReader(forOutput(mRequest)),
       mSink(makeSink(mRequest.output, mRequest.sheet)),
+      mPlan(planFor(mRequest)),
       mTraffic(kInputBuffers),
       mSignalReport([this] { return mHasChain ? mChain->debugString() : ""; }) {}
 
@@ -77,9 +68,10 @@ Status RunJob::run(RunReport* report) {
 
 Status RunJob::open() {
     Status status = mReader.open();
-    if (status.isOk()) status = findStages();
-    if (status.isOk()) status = chooseFormats();
-    if (status.isOk()) status = mSink->open(mResult, mReader.format());
+    if (status.isOk()) status = mPlan.make(mReader.format());
+    if (!status.isOk()) return status;
+    mResult = mPlan.result();
+    status = mSink->open(mResult, mReader.format());
     if (!status.isOk()) return status;
     for (int id = 0; id < kOutputBuffers; ++id)
         mOutputs.push_back(allocateLinear(mResult.bitDepth, mResult.width, mResult.height, id));
@@ -87,120 +79,31 @@ Status RunJob::open() {
     return startChain(mReader.format().width, mReader.format().height);
 }
 
-Status RunJob::findStages() {
-    for (kit::StageWord word : mRequest.chain) {
-        Status status = resolveScale(&word);
-        if (!status.isOk()) return status;
-        std::string error;
-        mStages.push_back(kit::findStage(word, &error));
-        if (!error.empty()) return Status::error("--chain: " + error);
-        if (kit::needsParts(kit::newStage(mStages.back(), nullptr, nullptr))) {
-            return Status::error("--chain: " + word.name +
-                                 " pairs frames with sub inputs and metadata, of which a video has "
-                                 "none");
-        }
-    }
-    return {};
-}
-
-// The size of a scale stage, where one of its sides is to follow from the input.
-Status RunJob::resolveScale(kit::StageWord* word) const {
-    if (word->name != "scale") return {};
-    const OutputKind kind = outputKindOf(mRequest.output);
-    const bool isEncoded = kind == OutputKind::Mp4 || kind == OutputKind::Matroska;
-    PictureSize size;
-    Status status = parseSize(word->arguments, &size);
-    if (status.isOk())
-        status = resolve(size, shownSize(), isEncoded ? SideRule::Even : SideRule::Any, &size);
-    word->arguments = text("%dx%d", size.width, size.height);
-    return status;
-}
-
-// In square pixels for a picture, unless that is not wanted.
-PictureSize RunJob::shownSize() const {
-    const VideoFormat& source = mReader.format();
-    const PictureSize coded{source.width, source.height};
-    return showsSquares() ? squarePixels(coded, source.sampleAspectRatio) : coded;
-}
-
-bool RunJob::showsSquares() const {
-    return outputKindOf(mRequest.output) == OutputKind::Picture && mRequest.input.filtersOfOurOwn;
-}
-
-Status RunJob::chooseFormats() {
-    const VideoFormat& source = mReader.format();
-    mResult = source;
-    kit::Passage passage;
-    Status status = findPassage(source.width, source.height, &passage);
-    if (!status.isOk()) return status;
-    mResult.width = passage.gives.width;
-    mResult.height = passage.gives.height;
-    mResult.sampleAspectRatio =
-        aspectFor({mResult.width, mResult.height}, shownSize(),
-                  showsSquares() ? AVRational{1, 1} : source.sampleAspectRatio);
-    return {};
-}
-
-// What the stages make of the input's frames; an error where one does not take what it gets.
-Status RunJob::findPassage(int width, int height, kit::Passage* passage) {
-    const Rehearsal rehearsal;
-    for (const bool compressed : {true, false}) {
-        const auto found = kit::passageOf(mStages, sourceFormat(width, height, compressed));
-        if (!found) continue;
-        mCompresses = compressed;
-        *passage = *found;
-        const bool fits = found->gives.memory == APipeBuffer::GraphicMemory &&
-                          kit::haveSameSamples(found->gives.color, linearFormat(mResult.bitDepth));
-        if (fits) return {};
-        return Status::error("--chain: " + mStages.back().name + " gives " +
-                             kit::toText(found->gives) + "; the output wants " +
-                             kit::toText(resultFormat(found->gives.width, found->gives.height)));
-    }
-    const bool takesCompressed =
-        kit::passageOf({mStages.front()}, sourceFormat(width, height, true)).has_value();
-    return Status::error("--chain: " +
-                         kit::misfitOf(mStages, sourceFormat(width, height, takesCompressed)));
-}
-
-kit::FrameFormat RunJob::sourceFormat(int width, int height, bool compressed) const {
-    return {compressed ? compressedFormat(mResult.bitDepth) : linearFormat(mResult.bitDepth),
-            APipeBuffer::GraphicMemory, width, height};
-}
-
-kit::FrameFormat RunJob::resultFormat(int width, int height) const {
-    return {linearFormat(mResult.bitDepth), APipeBuffer::GraphicMemory, width, height};
-}
-
 void RunJob::makeChain() {
-    std::vector<std::string> names;
-    for (const kit::StageSpec& stage : mStages) {
-        const std::string name = kit::ownNameOf(kit::newStage(stage, nullptr, nullptr));
-        if (std::find(names.begin(), names.end(), name) == names.end()) names.push_back(name);
-    }
-    mStageTimes.emplace(names);
-    mChain.emplace(mStages, &mTraffic);
+    mStageTimes.emplace(mPlan.stageNames());
+    mChain.emplace(mPlan.stages(), &mTraffic);
     mHasChain = true;
 }
 
 Status RunJob::startChain(int width, int height) {
     Status status = allocateBuffers(width, height);
     if (!status.isOk()) return status;
-    return mChain->start(sourceFormat(width, height, mCompresses),
-                         resultFormat(mResult.width, mResult.height));
+    return mChain->start(mPlan.sourceFormat(width, height), mPlan.resultFormat());
 }
 
 Status RunJob::allocateBuffers(int width, int height) {
     mInputs.clear();
     for (int id = 0; id < kInputBuffers; ++id)
-        mInputs.push_back(mCompresses ? allocateCompressed(mResult.bitDepth, width, height, id)
-                                      : allocateLinear(mResult.bitDepth, width, height, id));
+        mInputs.push_back(mPlan.compresses()
+                              ? allocateCompressed(mResult.bitDepth, width, height, id)
+                              : allocateLinear(mResult.bitDepth, width, height, id));
     const auto isMissing = [](const auto& buffer) { return buffer == nullptr; };
     if (std::any_of(mInputs.begin(), mInputs.end(), isMissing) ||
         std::any_of(mOutputs.begin(), mOutputs.end(), isMissing)) {
         return Status::error(withLibraryError(text("no memory for frames of %dx%d and %dx%d", width,
                                                    height, mResult.width, mResult.height)));
     }
-    return mCompresses ? openCompressor(width, height) : Status();
+    return mPlan.compresses() ? openCompressor(width, height) : Status();
 }
 
 Status RunJob::openCompressor(int width, int height) {
@@ -248,16 +151,8 @@ Status RunJob::changeSize() {
              static_cast<long long>(mIndex + 1), mResult.width, mResult.height));
     mChain->stop();
     mTraffic.startAnew(kInputBuffers);
-    kit::Passage passage;
-    Status status = findPassage(mNext->width, mNext->height, &passage);
+    Status status = mPlan.changeSize(mNext->width, mNext->height);
     if (!status.isOk()) return status;
-    if (passage.gives.width != mResult.width || passage.gives.height != mResult.height) {
-        return Status::error(
-            text("%s: the video changes size at frame %lld, and no stage scales "
-                 "it to %dx%d",
-                 mRequest.input.path.c_str(), static_cast<long long>(mIndex + 1), mResult.width,
-                 mResult.height));
-    }
     return startChain(mNext->width, mNext->height);
 }
 
@@ -310,9 +205,9 @@ Status RunJob::feedFrame(const AVFrame& frame) {
 }
 
 Status RunJob::fill(const AVFrame& frame, const android::sp<APipeBuffer>& input) {
-    ATRACE_NAME(sliceName(mCompresses ? "compress" : "pack", mLastTimeUs).c_str());
-    pack(frame, pixelsOf(mCompresses ? mLinear : input));
-    if (!mCompresses || mCompressor->convert(mLinear, input) == android::OK) return {};
+    ATRACE_NAME(sliceName(mPlan.compresses() ? "compress" : "pack", mLastTimeUs).c_str());
+    pack(frame, pixelsOf(mPlan.compresses() ? mLinear : input));
+    if (!mPlan.compresses() || mCompressor->convert(mLinear, input) == android::OK) return {};
     return Status::error(withLibraryError("a frame could not be compressed"));
 }
 

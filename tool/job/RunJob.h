@@ -2,7 +2,6 @@
 #pragma once
 
 #include <APipeConverter.h>
-#include <kit/Formats.h>
 #include <kit/StageLibrary.h>
 
 #include <atomic>
@@ -15,6 +14,7 @@
 #include "job/FrameTraffic.h"
 #include "job/Geometry.h"
 #include "job/JobReport.h"
+#include "job/RunPlan.h"
 #include "job/VideoChain.h"
 #include "media/FrameReader.h"
 #include "output/FrameSink.h"
@@ -50,14 +50,6 @@ public:
 
 private:
     Status open();
-    Status findStages();
-    Status resolveScale(kit::StageWord* word) const;
-    Status chooseFormats();
-    Status findPassage(int width, int height, kit::Passage* passage);
-    kit::FrameFormat sourceFormat(int width, int height, bool compressed) const;
-    kit::FrameFormat resultFormat(int width, int height) const;
-    PictureSize shownSize() const;
-    bool showsSquares() const;
     void makeChain();
     Status startChain(int width, int height);
     Status allocateBuffers(int width, int height);
@@ -79,13 +71,12 @@ private:
     const RunRequest mRequest;
     FrameReader mReader;
     std::unique_ptr<FrameSink> mSink;
+    RunPlan mPlan;
     VideoFormat mResult;  // of the output
     FrameSelection mSelection = FrameSelection::all();
     const AVFrame* mNext = nullptr;  // the frame to feed; null at the end
     FrameTime mNextTime;
-    int64_t mIndex = 0;  // of mNext
-    std::vector<kit::StageSpec> mStages;
-    bool mCompresses = false;  // what is queued into the chain, as a device's decoder does
+    int64_t mIndex = 0;                         // of mNext
     android::sp<android::APipeBuffer> mLinear;  // a frame on its way into a compressed buffer
     std::shared_ptr<android::APipeConverter> mCompressor;
     std::vector<std::string> mNotes;
