@@ -142,7 +142,10 @@ void Actor::init() {
     if (mLoop == Loop::Releasing && waiting) return;
     FrameFormat dst = mSetting.takes;
     dst.color = plainOf(dst.color);
-    if (mLoop != Loop::Running) mClient->expectChain(true);
+    if (mLoop != Loop::Running) {
+        mClient->expectChain(true);
+        mFramesAtInit = mWitness->frames;
+    }
     tell("init");
     const status_t status = mStages.front()->init(formatOf(mSetting.takes), formatOf(dst));
     if (mLoop == Loop::Running) {
@@ -215,6 +218,24 @@ bool Actor::poolsAreWhole() const {
         if (StageAccess::countPoolBuffers(mStages[stage]) != size) return false;
     }
     return true;
+}
+
+void Actor::checkLedgers() const {
+    for (size_t stage = 0; stage < mStages.size(); ++stage) {
+        const android::APipeCounts counts = mStages[stage]->getCounts();
+        const bool keepsNothing = mNeighbours[stage] != nullptr;
+        if (counts.held < 0 || counts.kept < 0 || (keepsNothing && counts.kept > 0))
+            mWitness->complain("R-LEDGER", nameOf(stage) + " " + counts.toString());
+    }
+}
+
+void Actor::checkLedgerOfFrames() const {
+    if (mStages.empty() || !mustFlow()) return;
+    const android::APipeCounts counts = mStages.back()->getCounts();
+    const uint64_t heard = mWitness->frames - mFramesAtInit;
+    if (static_cast<uint64_t>(counts.sentOn) != heard)
+        mWitness->complain("R-LEDGER", "the client heard of " + std::to_string(heard) +
+                                           " frames, the last stage " + counts.toString());
 }
 
 std::vector<std::string> Actor::threadNames() const {

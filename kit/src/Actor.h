@@ -53,6 +53,10 @@ public:
     bool mustFlow() const;
     // Whether every buffer of each stage's pool is free. For a chain at rest.
     bool poolsAreWhole() const;
+    // Complains if a stage's counts do not add up, or it says that it keeps what it cannot.
+    void checkLedgers() const;
+    // For a chain at rest: complains if the last stage sent on what the client did not hear of.
+    void checkLedgerOfFrames() const;
     const android::sp<android::APipe>& first() const { return mStages.front(); }
     // As the system has them.
     std::vector<std::string> threadNames() const;
@@ -99,6 +103,7 @@ private:
     std::vector<android::sp<android::APipe>> mStages;
     std::vector<android::sp<NeighbourStage>> mNeighbours;  // null where a given stage is
     std::mutex mControl;
+    uint64_t mFramesAtInit = 0;
     Loop mLoop = Loop::None;  // guarded by mControl
     std::vector<std::atomic<int64_t>> mNextSubInput, mNextMetadata;
     std::atomic<bool> mSteady = true;

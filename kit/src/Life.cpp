@@ -26,20 +26,23 @@ using android::host::graphicsCounts;
 namespace {
 
 // In virtual time.
-void runToRest(Scheduler& scheduler, Witness& witness) {
-    if (!scheduler.runToRest())
+void runToRest(Actor& chain, Scheduler& scheduler, Witness& witness) {
+    if (!scheduler.runToRest([&chain] { chain.checkLedgers(); }))
         witness.complain("R-WAIT", "the chain does not come to rest: its stages post for ever");
+    chain.checkLedgerOfFrames();
 }
 
-void runABit(Scheduler& scheduler, Witness& witness, uint32_t arg) {
+void runABit(Actor& chain, Scheduler& scheduler, Witness& witness, uint32_t arg) {
     if (arg % 8 == 0) {
         witness.tell("run to rest");
-        return runToRest(scheduler, witness);
+        return runToRest(chain, scheduler, witness);
     }
     const uint32_t steps = (arg >> 8U) % 16;
     if (steps > 0) witness.tell("run " + std::to_string(steps));
-    for (uint32_t left = steps; left > 0; --left)
+    for (uint32_t left = steps; left > 0; --left) {
         if (!scheduler.step()) return;
+        chain.checkLedgers();
+    }
 }
 
 void checkAllIsHome(Actor& chain, Witness& witness, const std::string& when) {
@@ -56,11 +59,11 @@ void checkPools(const Actor& chain, Witness& witness, const std::string& when) {
 
 // What has been queued has to come through, if nothing stood in its way.
 void drain(Actor& chain, Scheduler& scheduler, Witness& witness) {
-    runToRest(scheduler, witness);
+    runToRest(chain, scheduler, witness);
     if (!chain.mustFlow()) return;
     for (int rounds = 0; rounds < 12; ++rounds) {
         chain.queueOutput(0);
-        runToRest(scheduler, witness);
+        runToRest(chain, scheduler, witness);
     }
     if (!chain.mustFlow()) return;
     const std::string away = chain.client().awayText({Client::Input});
@@ -76,14 +79,14 @@ void startAfresh(Actor& chain, Scheduler& scheduler, Witness& witness) {
     chain.calm();
     const size_t inits = chain.client().heard(APipe::kWhatInitCompleted);
     chain.init();
-    runToRest(scheduler, witness);
+    runToRest(chain, scheduler, witness);
     if (chain.client().heard(APipe::kWhatInitCompleted) != inits + 1)
         return witness.complain("R-AGAIN", "an init with nothing in its way was not completed");
     checkPools(chain, witness, "after a new init");
     const uint64_t before = witness.frames;
     for (uint64_t frames = 0; frames < kFrames; ++frames) {
         chain.queueWholeFrame();
-        runToRest(scheduler, witness);
+        runToRest(chain, scheduler, witness);
     }
     if (witness.frames != before + kFrames) {
         const std::string away = chain.client().awayText({Client::Input});
@@ -93,7 +96,7 @@ void startAfresh(Actor& chain, Scheduler& scheduler, Witness& witness) {
                              : away + " never came home, and a fresh frame does not come through");
     }
     chain.flush();
-    runToRest(scheduler, witness);
+    runToRest(chain, scheduler, witness);
     checkAllIsHome(chain, witness, "after a flush");
     checkPools(chain, witness, "after a flush");
 }
@@ -102,7 +105,7 @@ void endLife(const Story& story, Actor& chain, Scheduler& scheduler, Witness& wi
     if (story.ending == Ending::Abandon) return witness.tell("drop the chain");
     if (story.ending == Ending::Drain) drain(chain, scheduler, witness);
     chain.release();
-    runToRest(scheduler, witness);
+    runToRest(chain, scheduler, witness);
     checkAllIsHome(chain, witness, "after a release");
     if (story.ending == Ending::Drain) startAfresh(chain, scheduler, witness);
     chain.client().checkHome();
@@ -160,13 +163,13 @@ LifeReport liveOnScheduler(const Setting& setting, const Story& story) {
     {
         std::optional<Scheduler> scheduler(std::in_place, story.seed, story.order);
         Actor chain(setting, story, witness, true,
-                    [&](Actor&) { runToRest(*scheduler, *witness); });
+                    [&](Actor& self) { runToRest(self, *scheduler, *witness); });
         std::optional<LivingChain> living(std::in_place, chain.first());
         chain.init();
         for (const Op& op : story.ops) {
             Pulse::beat("");
             chain.act(op);
-            if (op.act == Act::Run) runABit(*scheduler, *witness, op.arg);
+            if (op.act == Act::Run) runABit(chain, *scheduler, *witness, op.arg);
             if (witness->finding()) break;
         }
         endLife(story, chain, *scheduler, *witness);
@@ -174,7 +177,7 @@ LifeReport liveOnScheduler(const Setting& setting, const Story& story) {
         // The references may go before or after the loops have come to an end.
         if (story.seed % 3 == 0) scheduler.reset();
         chain.dropStages(story.seed % 2 == 0);
-        if (scheduler && story.seed % 3 == 1) runToRest(*scheduler, *witness);
+        if (scheduler && story.seed % 3 == 1) runToRest(chain, *scheduler, *witness);
     }
     checkNothingIsLeft(*witness, before);
     return reportOf(*witness);

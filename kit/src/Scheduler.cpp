@@ -26,9 +26,11 @@ Scheduler::Scheduler(uint64_t seed, Order order)
         mChanges.insert(mRandom() % kSteps);
 }
 
-bool Scheduler::runToRest() {
-    for (int steps = 0; steps < kMostSteps; ++steps)
+bool Scheduler::runToRest(const std::function<void()>& afterEach) {
+    for (int steps = 0; steps < kMostSteps; ++steps) {
         if (!step()) return true;
+        if (afterEach != nullptr) afterEach();
+    }
     return false;
 }
 

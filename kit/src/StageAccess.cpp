@@ -28,7 +28,8 @@ int StageAccess::countPoolBuffers(const sp<APipe>& stage) {
     std::vector<sp<APipeBuffer>> taken;
     for (const bool wait : {true, false}) {
         while (const auto buffer = pool->acquireBuffer(wait)) {
-            ((*stage).*(&StageAccess::setReply))(buffer);
+            // The stage itself has not lent it; a pool asks for some reply.
+            buffer->getMeta()->setMessage("reply", new android::AMessage);
             taken.push_back(buffer);
         }
     }

@@ -13,7 +13,6 @@ struct StageAccess : public android::APipe {
     using APipe::mItemGenerator;
     using APipe::mName;
     using APipe::mNextPipe;
-    using APipe::setReply;
 
     static android::sp<android::APipeItemGenerator> generatorOf(
         const android::sp<android::APipe>& stage) {

@@ -5,6 +5,7 @@
 
 #include <cstddef>
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <random>
 #include <set>
@@ -38,8 +39,9 @@ public:
     bool runOne() { return mScheduler.runOne(); }
     /// Handles one message, after moving the clock if there is none before; false at rest.
     bool step() { return mScheduler.runOne() || mScheduler.advanceToNext(); }
-    /// Runs until nothing is due and nothing waits for its time; false if there is no end to it.
-    [[nodiscard]] bool runToRest();
+    /// Runs until nothing is due and nothing waits for its time, and calls afterEach after each
+    /// message; false if there is no end to it.
+    [[nodiscard]] bool runToRest(const std::function<void()>& afterEach = nullptr);
 
 private:
     using Due = android::host::LooperScheduler::Due;
