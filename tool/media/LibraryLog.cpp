@@ -34,7 +34,7 @@ void captureLibraryLog(bool verbose) {
 }
 
 void forgetLibraryError() {
-    std::scoped_lock lock(sLock);
+    const Mutex::Autolock lock(sLock);
     sFirstError.clear();
 }
 
