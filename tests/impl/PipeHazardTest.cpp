@@ -2,6 +2,8 @@
 #include <APipe.h>
 #include <pthread.h>
 
+#include <chrono>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <random>
@@ -174,11 +176,22 @@ TEST(PipeHazardTest, ManyThreadsUseAStageThatComesAndGoes) {
             if (i % 8 == 4) pipe->setBufferGeneration();
         }
     };
-    std::thread users[] = {std::thread(use), std::thread(use)};
-    EXPECT_TRUE(eventually([&] {
-        pipe->release();
-        return chain.client->count(APipe::kWhatReleaseCompleted) >= 60;
-    }));
+    const auto read = [&] {
+        while (!done)
+            if (chain.first->debugString().empty() || pipe->getCounts().held < 0) strange = true;
+    };
+    std::thread users[] = {std::thread(use),  std::thread(use),  std::thread(read),
+                           std::thread(read), std::thread(read), std::thread(read)};
+    const char* const seconds = std::getenv("PLEXA_STORM_SECONDS");
+    const auto end = std::chrono::steady_clock::now() +
+                     std::chrono::seconds(seconds != nullptr ? std::atoi(seconds) : 0);
+    do {
+        EXPECT_TRUE(eventually([&] {
+            pipe->release();
+            return chain.client->count(APipe::kWhatReleaseCompleted) >= 60;
+        }));
+        chain.client->forget();
+    } while (std::chrono::steady_clock::now() < end);
     done = true;
     for (std::thread& user : users)
         user.join();

@@ -114,7 +114,7 @@ void APipeLedger::forget() {
     mProgress += mHere;
     mHere = 0;
     mFailedHere = 0;
-    const APipeCounts now = counts();
+    const APipeCounts now = countsNow();
     const Mutex::Autolock lock(mMutex);
     mAtFlush = now;
     startStay();
@@ -190,7 +190,16 @@ APipeActivity APipeLedger::activity() const {
     return {kind, word >> kActivityBits, frameUs};
 }
 
+// An init, which sets them back, and a flush begin a new stay.
 APipeCounts APipeLedger::counts() const {
+    for (;;) {
+        const uint32_t begun = stay();
+        const APipeCounts counts = countsNow();
+        if (stay() == begun) return counts;
+    }
+}
+
+APipeCounts APipeLedger::countsNow() const {
     APipeCounts counts;
     counts.sentOn = mLeft[kSentOn].get();
     counts.sentHome = mLeft[kSentHome].get();
@@ -218,7 +227,7 @@ APipeCounts APipeLedger::countsSinceFlush() const {
     for (;;) {
         const uint32_t begun = stay();
         const APipeCounts before = countsAtFlush();
-        const APipeCounts now = counts();
+        const APipeCounts now = countsNow();
         if (stay() == begun) return now.since(before);
     }
 }

@@ -114,6 +114,7 @@ private:
     bool isInside(const sp<APipeBuffer>& buffer) const {
         return APipePlace::of(*buffer).isInside(stay());
     }
+    APipeCounts countsNow() const;
     APipeCounts countsAtFlush() const EXCLUDES(mMutex);
     void countFailed(int64_t change);
     void startStay();
