@@ -28,8 +28,9 @@ constexpr int kLives = 110;
 constexpr int kWarmUpLife = 10;
 // What the last page of each heap may come to.
 constexpr int64_t kMostGrowth = 1 << 20;
-// A sanitizer's own memory grows with every block that was ever freed.
-#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+// A sanitizer's own memory grows with every block that was ever freed, an emulator's with the code
+// that it translates.
+#if defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__) || defined(PLEXA_EMULATED)
 constexpr bool kIsMemoryOurs = false;
 #else
 constexpr bool kIsMemoryOurs = true;
