@@ -76,14 +76,10 @@ status_t APipe::queueItem(const sp<APipeItem>& item) {
         ALOGE("[%s] queueItem without an item", mName.c_str());
         return BAD_VALUE;
     }
-    return queueItemAt(item, coarseNowMs());
-}
-
-status_t APipe::queueItemAt(const sp<APipeItem>& item, int64_t nowMs) {
     status_t refusal;
     const sp<AMessage> msg = newIntake(kWhatQueueItem, "queueItem", &refusal);
     if (msg == nullptr) return refusal;
-    announce(*item, nowMs);
+    announce(*item);
     msg->setObject("item", item);
     return mLoop->postStamped(msg, "queueItem");
 }

@@ -299,8 +299,7 @@ private:
     void beginLife();
     void passOn(Message what, const char* operation, Notice completed);
 
-    status_t queueItemAt(const sp<APipeItem>& item, int64_t nowMs);
-    void announce(const APipeItem& item, int64_t nowMs);
+    void announce(const APipeItem& item);
     void dropStale(const APipeItem& item);
     void offerOutputBuffer();
     void workOnCompletedItem();

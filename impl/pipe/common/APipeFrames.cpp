@@ -62,9 +62,9 @@ int32_t eosOf(const sp<APipeBuffer>& input) {
 
 // --- Arrival ---
 
-void APipe::announce(const APipeItem& item, int64_t nowMs) {
+void APipe::announce(const APipeItem& item) {
     for (const sp<APipeBuffer>* buffer : {&item.mInput, &item.mSubInput, &item.mOutput}) {
-        if (*buffer == nullptr || mLedger->announce(*buffer, nowMs)) continue;
+        if (*buffer == nullptr || mLedger->announce(*buffer)) continue;
         ALOGE_IF(APipeLoopChecker::kIsOn,
                  "[%s] queueItem of a buffer that is in the stage already, with frame %lld",
                  mName.c_str(), static_cast<long long>(APipePlace::frameOf(*buffer)));
@@ -236,7 +236,7 @@ void APipe::onWork() {
     mOutputItems.erase(mOutputItems.begin());
     const sp<APipeBuffer>& buffer = item->mInput;
     const bool wasHere = mLedger->leave(buffer, APipeLedger::kSentOn);
-    const status_t err = mNextPipe->queueItemAt(item, mLedger->nowMs());
+    const status_t err = mNextPipe->queueItem(item);
     if (err == OK) return;
     ALOGW("[%s] the next stage refused an output (err %d)", mName.c_str(), err);
     if (wasHere) mLedger->takeBack(buffer);

@@ -160,9 +160,10 @@ void APipeLedger::startAnew() {
     mFailure = {};
 }
 
-bool APipeLedger::announce(const sp<APipeBuffer>& buffer, int64_t nowMs) {
-    if (isInside(buffer)) return false;
-    APipePlace{APipePlace::kOnTheWay, stay(), nowMs}.putOn(*buffer);
+bool APipeLedger::announce(const sp<APipeBuffer>& buffer) {
+    const APipePlace before = APipePlace::of(*buffer);
+    if (before.isInside(stay())) return false;
+    APipePlace{APipePlace::kOnTheWay, stay(), before.sinceMs}.putOn(*buffer);
     return true;
 }
 

@@ -86,8 +86,9 @@ public:
 
     /// Forgets the refusals and the failure of the time before an init.
     void startAnew() EXCLUDES(mMutex);
-    /// A buffer is about to be queued into this stage. False when it is in it already.
-    bool announce(const sp<APipeBuffer>& buffer, int64_t nowMs);
+    /// A buffer is about to be queued into this stage; it is on the way since it left the one
+    /// before. False when it is in it already.
+    bool announce(const sp<APipeBuffer>& buffer);
     /// Counts a refused item; true for the first of its reason since init.
     bool refuse(APipeCounts::Refusal why);
     void noteError(status_t notified) EXCLUDES(mMutex);
