@@ -294,6 +294,7 @@ AllOrdersReport visitAllOrders(const std::vector<StageSpec>& stages, Call call,
             fields << report.found << report.promise << report.what << report.order << report.state
                    << report.orders << report.abandoned;
             pulse.result.set(fields.text());
+            pulse.found = report.found;
         },
         LivingChain::stateText);
     AllOrdersReport report;

@@ -19,6 +19,8 @@ using Clock = std::chrono::steady_clock;
 
 constexpr std::chrono::milliseconds kLook{2};
 constexpr std::chrono::milliseconds kTimeToAnswer{500};
+// How many times longer the end of a process may take: sanitizers look for leaks in it.
+constexpr int kEndPatience = 10;
 
 std::string (*gState)() = nullptr;
 
@@ -32,6 +34,7 @@ void answer(int /*signal*/) {
     gState = state;
     if (state != nullptr) std::signal(SIGUSR2, answer);
     work();
+    pulse.answered = true;
     std::exit(0);  // by way of what sanitizers and threads that nobody joined have left for it
 }
 
@@ -66,6 +69,8 @@ ChildEnd runInChild(Pulse& pulse, std::chrono::milliseconds patience,
     pulse.state.set("");
     pulse.result.set("");
     pulse.beats = 0;
+    pulse.answered = false;
+    pulse.found = false;
     std::fflush(nullptr);
     const pid_t child = fork();
     if (child == 0) live(pulse, work, state);
@@ -77,13 +82,15 @@ ChildEnd runInChild(Pulse& pulse, std::chrono::milliseconds patience,
         const uint64_t now = pulse.beats.load(std::memory_order_relaxed);
         if (now != beats) last = Clock::now();
         beats = now;
-        if (Clock::now() - last > patience) {
+        if (Clock::now() - last > patience * (pulse.answered ? kEndPatience : 1)) {
             end(child, pulse, state != nullptr);
-            return ChildEnd::Hung;
+            return pulse.found ? ChildEnd::Done : ChildEnd::Hung;
         }
         std::this_thread::sleep_for(kLook);
     }
-    return WIFEXITED(status) && WEXITSTATUS(status) == 0 ? ChildEnd::Done : ChildEnd::Crashed;
+    // A sanitizer may have something to say of what was found already.
+    const bool isDone = pulse.found || (WIFEXITED(status) && WEXITSTATUS(status) == 0);
+    return isDone ? ChildEnd::Done : ChildEnd::Crashed;
 }
 
 }  // namespace plexa::kit

@@ -125,6 +125,7 @@ private:
         fields << report.found << report.promise << report.what << report.chain << report.story
                << report.state << report.seed << report.lives << report.frames << report.note;
         mPulse.result.set(fields.text());
+        mPulse.found = report.found;
     }
 
     // --- In the parent ---

@@ -36,6 +36,8 @@ struct Pulse {
     std::atomic<uint64_t> beats;
     std::atomic<bool> lives;       // what was before the first life is over
     std::atomic<uint64_t> seed;    // of the life that goes on
+    std::atomic<bool> answered;    // the result is whole; what is left is the end of the process
+    std::atomic<bool> found;       // and tells of a finding
     std::atomic<bool> mayPrecede;  // as in Cast
     std::atomic<bool> mayFollow;
     SharedText<64> loop;      // whose message is being handled, empty for the client's calls
