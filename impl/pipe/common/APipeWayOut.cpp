@@ -70,7 +70,8 @@ void APipe::giveOutputBack(const sp<APipeBuffer>& buffer, BufferFlag flag, size_
 }
 
 void APipe::leave(const sp<APipeBuffer>& buffer, size_t fate, const char* call) {
-    const bool wasSomewhere = APipePlace::of(*buffer).stay != 0;
+    const APipePlace place = APipePlace::of(*buffer);
+    const bool wasSomewhere = place.stay != 0 || place.kind == APipePlace::kOnTheWayHome;
     if (mLedger->leave(buffer, static_cast<APipeLedger::Fate>(fate))) return;
     ALOGE_IF(APipeLoopChecker::kIsOn && wasSomewhere,
              "[%s] %s of a buffer that is not in the stage, with frame %lld: sent home twice, or "
