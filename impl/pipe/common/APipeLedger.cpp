@@ -32,9 +32,8 @@ void APipeLedger::begin(int64_t itemsMade) {
         left.set(0);
     for (APipeGauge* count : {&mStale, &mFailed, &mForgotten, &mLastForgotten, &mWorked, &mTaken})
         count->set(0);
-    mHere = 0;
-    mFailedHere = 0;
-    mProgress = 0;
+    for (APipeGauge* count : {&mHere, &mFailedHere, &mProgress})
+        count->set(0);
     const Mutex::Autolock lock(mMutex);
     mAtFlush = {};
     startStay();
@@ -46,7 +45,7 @@ void APipeLedger::arrive(const APipeItem& item, bool isStale) {
         forEachBuffer(item, [this](const sp<APipeBuffer>& buffer) {
             mTaken.add(1);
             mStale.add(1);
-            ++mProgress;
+            mProgress.add(1);
             put(buffer, APipePlace::kOutside);
         });
         return;
@@ -81,7 +80,7 @@ void APipeLedger::fail(const APipeItem& item) {
 }
 
 void APipeLedger::retry(const APipeItem& item) {
-    if (mFailedHere == 0) return;
+    if (mFailedHere.get() == 0) return;
     forEachBuffer(item, [this](const sp<APipeBuffer>& buffer) {
         const APipePlace place = APipePlace::of(*buffer);
         if (!place.isInside(stay()) || place.kind != APipePlace::kFailed) return;
@@ -95,25 +94,25 @@ bool APipeLedger::leave(const sp<APipeBuffer>& buffer, Fate fate) {
     if (!place.isInside(stay())) return false;
     if (place.kind == APipePlace::kFailed) countFailed(-1);
     mLeft[fate].add(1);
-    --mHere;
-    ++mProgress;
+    mHere.add(-1);
+    mProgress.add(1);
     put(buffer, APipePlace::kOutside);
     return true;
 }
 
 void APipeLedger::takeBack(const sp<APipeBuffer>& buffer) {
     mLeft[kSentOn].add(-1);
-    ++mHere;
-    --mProgress;
+    mHere.add(1);
+    mProgress.add(-1);
     put(buffer, APipePlace::kToSend);
 }
 
 void APipeLedger::forget() {
-    mLastForgotten.set(mHere - mFailedHere);
+    mLastForgotten.set(mHere.get() - mFailedHere.get());
     mForgotten.add(mLastForgotten.get());
-    mProgress += mHere;
-    mHere = 0;
-    mFailedHere = 0;
+    mProgress.add(mHere.get());
+    mHere.set(0);
+    mFailedHere.set(0);
     const APipeCounts now = countsNow();
     const Mutex::Autolock lock(mMutex);
     mAtFlush = now;
@@ -130,7 +129,7 @@ void APipeLedger::usePool(const sp<APipePoolTable>& pool) {
 void APipeLedger::take(const sp<APipeBuffer>& buffer) {
     if (isInside(buffer)) return;
     mTaken.add(1);
-    ++mHere;
+    mHere.add(1);
     put(buffer, APipePlace::kInGenerator);
 }
 
@@ -140,7 +139,7 @@ void APipeLedger::move(const sp<APipeBuffer>& buffer, APipePlace::Kind kind) {
 
 void APipeLedger::countFailed(int64_t change) {
     mFailed.add(change);
-    mFailedHere += change;
+    mFailedHere.add(change);
 }
 
 void APipeLedger::startStay() {

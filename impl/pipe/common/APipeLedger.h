@@ -44,14 +44,14 @@ public:
     // --- The stage's loop ---
 
     /// Begins a message: its time is that of all that happens until the next call.
-    void readClock() { mNowMs = coarseNowMs(); }
-    int64_t nowMs() const { return mNowMs; }
+    void readClock() { mNowMs.set(coarseNowMs()); }
+    int64_t nowMs() const { return mNowMs.get(); }
 
     /// The counts start at 0 again: the stage's init message has arrived. Of the items made for its
     /// loop until now none will.
     void begin(int64_t itemsMade) EXCLUDES(mMutex);
     void enter(APipeActivity::Kind kind) {
-        mActivity.set(static_cast<int64_t>(kind) | mNowMs << kActivityBits);
+        mActivity.set(static_cast<int64_t>(kind) | nowMs() << kActivityBits);
     }
     void enterWork(int64_t frameUs) {
         mWorkFrame.set(frameUs);
@@ -75,9 +75,9 @@ public:
     void forget() EXCLUDES(mMutex);
 
     /// Grows with every buffer that leaves the stage.
-    int64_t progress() const { return mProgress; }
+    int64_t progress() const { return mProgress.get(); }
     /// How many of the buffers held are in none of the stage's lists, given how many are.
-    int64_t keptBeside(int64_t listed) const { return mHere - listed; }
+    int64_t keptBeside(int64_t listed) const { return mHere.get() - listed; }
     APipeStageRecord& record() { return mRecord; }
     /// The stage's pool is now this one, or none.
     void usePool(const sp<APipePoolTable>& pool) EXCLUDES(mMutex);
@@ -110,7 +110,7 @@ private:
     void take(const sp<APipeBuffer>& buffer);
     void move(const sp<APipeBuffer>& buffer, APipePlace::Kind kind);
     void put(const sp<APipeBuffer>& buffer, APipePlace::Kind kind) const {
-        APipePlace{kind, stay(), mNowMs}.putOn(*buffer);
+        APipePlace{kind, stay(), nowMs()}.putOn(*buffer);
     }
     bool isInside(const sp<APipeBuffer>& buffer) const {
         return APipePlace::of(*buffer).isInside(stay());
@@ -122,11 +122,11 @@ private:
 
     std::atomic<uint32_t> mStay = 0;
 
-    // The loop's own.
-    int64_t mNowMs = 0;
-    int64_t mHere = 0;        // held or failed
-    int64_t mFailedHere = 0;  // of mFailed, what no flush has forgotten yet
-    int64_t mProgress = 0;
+    // For the loop alone.
+    APipeGauge mNowMs;
+    APipeGauge mHere;        // held or failed
+    APipeGauge mFailedHere;  // of mFailed, what no flush has forgotten yet
+    APipeGauge mProgress;
     const APipePoolTable* mKnownPool = nullptr;
 
     // A count that leaves the stage is written after mTaken, and read before it.
