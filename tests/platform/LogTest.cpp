@@ -161,7 +161,9 @@ void traceFlood(const std::string& path) {
     std::thread one(flood, "a"), other(flood, "b");
     one.join();
     other.join();
-    android::host::flushTraceFile();
+    // One gives up after two seconds, and a sanitizer's writer may be slower.
+    for (int i = 0; i < 10; ++i)
+        android::host::flushTraceFile();
     ATRACE_ASYNC_BEGIN("unfinished", 1);
     ATRACE_NAME("finished after a flush");
     android::host::flushTraceFile();
