@@ -317,6 +317,7 @@ Last  initialised, generation 0; idle for T
 )");
     first->flush();
     run();
+    EXPECT_EQ(own->getCounts().worked, 2);
     EXPECT_EQ(own->getCounts().forgotten, 4);
     EXPECT_EQ(own->getCountsSinceFlush().taken, 0);
 }

@@ -32,8 +32,7 @@ void APipeLedger::begin(int64_t itemsMade) {
         left.set(0);
     for (APipeGauge* count : {&mStale, &mFailed, &mForgotten, &mLastForgotten, &mWorked, &mTaken})
         count->set(0);
-    for (APipeGauge* count : {&mHere, &mFailedHere, &mProgress})
-        count->set(0);
+    mFailedHere.set(0);
     const Mutex::Autolock lock(mMutex);
     mAtFlush = {};
     startStay();
@@ -45,7 +44,6 @@ void APipeLedger::arrive(const APipeItem& item, bool isStale) {
         forEachBuffer(item, [this](const sp<APipeBuffer>& buffer) {
             mTaken.add(1);
             mStale.add(1);
-            mProgress.add(1);
             put(buffer, APipePlace::kOutside);
         });
         return;
@@ -94,29 +92,30 @@ bool APipeLedger::leave(const sp<APipeBuffer>& buffer, Fate fate) {
     if (!place.isInside(stay())) return false;
     if (place.kind == APipePlace::kFailed) countFailed(-1);
     mLeft[fate].add(1);
-    mHere.add(-1);
-    mProgress.add(1);
     put(buffer, APipePlace::kOutside);
     return true;
 }
 
 void APipeLedger::takeBack(const sp<APipeBuffer>& buffer) {
     mLeft[kSentOn].add(-1);
-    mHere.add(1);
-    mProgress.add(-1);
     put(buffer, APipePlace::kToSend);
 }
 
 void APipeLedger::forget() {
-    mLastForgotten.set(mHere.get() - mFailedHere.get());
+    mLastForgotten.set(held());
     mForgotten.add(mLastForgotten.get());
-    mProgress.add(mHere.get());
-    mHere.set(0);
     mFailedHere.set(0);
     const APipeCounts now = countsNow();
     const Mutex::Autolock lock(mMutex);
     mAtFlush = now;
     startStay();
+}
+
+int64_t APipeLedger::progress() const {
+    int64_t left = mStale.get() + mForgotten.get();
+    for (const APipeGauge& fate : mLeft)
+        left += fate.get();
+    return left;
 }
 
 void APipeLedger::usePool(const sp<APipePoolTable>& pool) {
@@ -129,7 +128,6 @@ void APipeLedger::usePool(const sp<APipePoolTable>& pool) {
 void APipeLedger::take(const sp<APipeBuffer>& buffer) {
     if (isInside(buffer)) return;
     mTaken.add(1);
-    mHere.add(1);
     put(buffer, APipePlace::kInGenerator);
 }
 

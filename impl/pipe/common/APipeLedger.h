@@ -75,9 +75,9 @@ public:
     void forget() EXCLUDES(mMutex);
 
     /// Grows with every buffer that leaves the stage.
-    int64_t progress() const { return mProgress.get(); }
+    int64_t progress() const;
     /// How many of the buffers held are in none of the stage's lists, given how many are.
-    int64_t keptBeside(int64_t listed) const { return mHere.get() - listed; }
+    int64_t keptBeside(int64_t listed) const { return held() + mFailedHere.get() - listed; }
     APipeStageRecord& record() { return mRecord; }
     /// The stage's pool is now this one, or none.
     void usePool(const sp<APipePoolTable>& pool) EXCLUDES(mMutex);
@@ -117,6 +117,7 @@ private:
     }
     APipeCounts countsNow() const;
     APipeCounts countsAtFlush() const EXCLUDES(mMutex);
+    int64_t held() const { return mTaken.get() - progress() - mFailed.get(); }
     void countFailed(int64_t change);
     void startStay();
 
@@ -124,9 +125,7 @@ private:
 
     // For the loop alone.
     APipeGauge mNowMs;
-    APipeGauge mHere;        // held or failed
     APipeGauge mFailedHere;  // of mFailed, what no flush has forgotten yet
-    APipeGauge mProgress;
     const APipePoolTable* mKnownPool = nullptr;
 
     // A count that leaves the stage is written after mTaken, and read before it.
