@@ -186,6 +186,7 @@ TEST_F(PipeNotifyTest, WhatAGeneratorRefusesOrDropsComesHome) {
     EXPECT_EQ(mClient->bufferIds(kInputDone), (Ids{1, 2}));
     EXPECT_EQ(mClient->bufferIds(kOutputDone), Ids{11});
     EXPECT_EQ(mClient->notices().at(1).flag, APipe::kBufferWithoutFrame);
+    EXPECT_EQ(pipe->getCounts().givenUp, 3);
     EXPECT_EQ(pipe->mState, TestStage::kStateInitialized);
 }
 
