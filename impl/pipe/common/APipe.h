@@ -319,6 +319,7 @@ private:
 
     void publish();
     bool isBusy() const;
+    void describeWork();
     void describeLists();
     void tracePublished() const;
     void armWatches();

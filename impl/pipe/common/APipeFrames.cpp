@@ -175,7 +175,7 @@ void APipe::workOn(sp<APipeItem> item) {
     const bool isEnd = ATRACE_ENABLED() && eosOf((*mWorkItems.begin())->mInput) != 0;
     const std::string slice = isEnd ? mTrace->endName() : mTrace->workName(timeUs);
     ATRACE_NAME(slice.c_str());
-    describeLists();
+    describeWork();
     mLedger->enterWork(timeUs);
     onWork();
     mLedger->readClock();

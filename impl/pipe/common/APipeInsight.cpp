@@ -65,11 +65,17 @@ bool APipe::isBusy() const {
     return mState == kStateInitialized && mLedger->record().hasWork();
 }
 
-void APipe::describeLists() {
+// What changes as an item goes to work, for whoever asks while it is there.
+void APipe::describeWork() {
     APipeStageRecord& record = mLedger->record();
     record.toWork.describe(mWorkItems);
-    record.toSend.describe(mOutputItems);
     if (mItemGenerator != nullptr) mItemGenerator->describe(&record.pending);
+}
+
+void APipe::describeLists() {
+    describeWork();
+    APipeStageRecord& record = mLedger->record();
+    record.toSend.describe(mOutputItems);
     int64_t listed = record.pending.buffers() + record.toSend.count.get();
     for (const sp<APipeItem>& item : mWorkItems)
         listed += APipePlace::countBuffers(*item);
@@ -84,7 +90,7 @@ void APipe::describeLists() {
 
 void APipe::tracePublished() const {
     const APipeStageRecord& record = mLedger->record();
-    mTrace->counters(record.pending.inputs.count.get(), record.pending.outputs.count.get(),
+    mTrace->counters(record.pending.inputs.count.get(), record.pending.outputs.get(),
                      record.poolFree.get());
 }
 
@@ -135,7 +141,7 @@ APipeStageView APipe::view() const {
     view.nowMs = coarseNowMs();
     const APipeStageRecord& record = mLedger->record();
     view.inputs = viewOf(record.pending.inputs);
-    view.outputs = viewOf(record.pending.outputs);
+    view.outputs = record.pending.outputs.get();
     view.subInputs = viewOf(record.pending.subInputs);
     view.metas = viewOf(record.pending.metas);
     view.toWork = viewOf(record.toWork);

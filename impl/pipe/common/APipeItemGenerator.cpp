@@ -129,7 +129,7 @@ void APipeItemGenerator::checkLoop(const char* call) const {
 
 void APipeItemGenerator::describe(APipePending* pending) const {
     pending->inputs.describe(mInputBuffers);
-    pending->outputs.describe(mOutputBuffers);
+    pending->outputs.set(static_cast<int64_t>(mOutputBuffers.size()));
     pending->isPaused.set(mPaused ? 1 : 0);
     if (mCompletedItems.empty() && mDroppedItems.empty()) return pending->otherBuffers.set(0);
     int64_t others = 0;

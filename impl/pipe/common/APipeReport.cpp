@@ -70,7 +70,7 @@ std::string failureText(const APipeLedger::Failure& failure) {
 
 std::string generatorText(const APipeStageView& view) {
     std::string text =
-        "generator: " + queueText(view.inputs, "input") + ", " + queueText(view.outputs, "output");
+        "generator: " + queueText(view.inputs, "input") + ", " + countText(view.outputs, "output");
     if (view.subInputs.count > 0) text += ", " + queueText(view.subInputs, "sub input");
     if (view.metas.count > 0) text += ", metadata of " + queueText(view.metas, "frame");
     text += "; to work on: " + queueText(view.toWork, "item");
@@ -148,7 +148,7 @@ APipeReport::Wait APipeReport::waitOfInputs(size_t stage) const {
     if (view.isPaused) {
         return {"is paused with " + countText(view.inputs.count, "input") + " pending", true};
     }
-    if (view.outputs.count == 0) {
+    if (view.outputs == 0) {
         return view.hasNext ? waitForPoolBuffer(stage) : waitForClientsOutput(view);
     }
     if (view.missing == APipePending::kMetadata)
@@ -156,7 +156,7 @@ APipeReport::Wait APipeReport::waitOfInputs(size_t stage) const {
     if (view.missing == APipePending::kSubInput)
         return {"waits for the sub input of " + frameText(view.inputs.firstUs), true};
     return {"its generator has " + countText(view.inputs.count, "input") + " and " +
-                countText(view.outputs.count, "output") + " and completes no item",
+                countText(view.outputs, "output") + " and completes no item",
             false};
 }
 

@@ -63,7 +63,7 @@ struct APipePending {
     enum Missing : int64_t { kNothing, kSubInput, kMetadata };
 
     APipeQueueRecord inputs;
-    APipeQueueRecord outputs;
+    APipeGauge outputs;
     APipeQueueRecord subInputs;
     APipeQueueRecord metas;
     APipeGauge otherBuffers;  ///< in items that are completed or dropped
@@ -71,7 +71,7 @@ struct APipePending {
     APipeGauge isPaused;
 
     int64_t buffers() const {
-        return inputs.count.get() + outputs.count.get() + subInputs.count.get() +
+        return inputs.count.get() + outputs.get() + subInputs.count.get() +
                otherBuffers.get();
     }
 };

@@ -37,7 +37,7 @@ struct APipeStageView {
     int64_t untakenNotices = 0;
     int64_t nowMs = 0;
     Queue inputs;
-    Queue outputs;
+    int64_t outputs = 0;
     Queue subInputs;
     Queue metas;
     Queue toWork;
