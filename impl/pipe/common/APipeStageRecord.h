@@ -71,8 +71,7 @@ struct APipePending {
     APipeGauge isPaused;
 
     int64_t buffers() const {
-        return inputs.count.get() + outputs.get() + subInputs.count.get() +
-               otherBuffers.get();
+        return inputs.count.get() + outputs.get() + subInputs.count.get() + otherBuffers.get();
     }
 };
 
