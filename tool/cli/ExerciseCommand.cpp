@@ -33,7 +33,8 @@ ExerciseCommand::ExerciseCommand(CLI::App* program)
         ->check(CLI::Range(uint64_t{1}, std::numeric_limits<uint64_t>::max(), "1 or more"));
     mCommand
         ->add_option("--seed", mOptions.seed,
-                     "The seed of the first life; default 1, then it counts")
+                     "Random seed of the first life, default 1; each further life has the "
+                     "next number")
         ->type_name("S");
     mCommand->add_flag("--threads", mOptions.threads,
                        "Live on the loopers' own threads; default one thread, in an order that the "
