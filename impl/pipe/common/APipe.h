@@ -11,6 +11,7 @@
 #include <utils/StrongPointer.h>
 
 #include <atomic>
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <memory>
@@ -32,6 +33,7 @@ class APipeNotifier;
 class APipeStallWatch;
 class APipeTrace;
 struct APipeStageView;
+enum APipeFate : size_t;
 
 /// Carries the argument of setRangeInfos inside its message.
 ///
@@ -308,10 +310,10 @@ private:
     bool isWorkable(const sp<APipeItem>& item) const;
     status_t runEngine(const Engine& engine, const sp<APipeItem>& item);
     void sendDroppedHome();
-    void giveBack(const APipeItem& item, size_t fate);
-    void giveInputBack(const sp<APipeBuffer>& buffer, size_t fate);
-    void giveOutputBack(const sp<APipeBuffer>& buffer, BufferFlag flag, size_t fate);
-    void leave(const sp<APipeBuffer>& buffer, size_t fate, const char* call);
+    void giveBack(const APipeItem& item, APipeFate fate);
+    void giveInputBack(const sp<APipeBuffer>& buffer, APipeFate fate);
+    void giveOutputBack(const sp<APipeBuffer>& buffer, BufferFlag flag, APipeFate fate);
+    void leave(const sp<APipeBuffer>& buffer, APipeFate fate, const char* call);
     void warnWithoutReply(const sp<APipeBuffer>& buffer);
     void appendOutput(const sp<APipeBuffer>& buffer);
     void postOutputDone(const sp<APipeBuffer>& buffer, BufferFlag flag);

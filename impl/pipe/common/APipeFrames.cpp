@@ -185,7 +185,7 @@ void APipe::workOnFirstItem(const Engine& engine) {
     APipeLoopChecker::check(mLoopChecker, __func__);
     if (mWorkItems.empty()) return APipe::onWork();
     if (!isWorkable(*mWorkItems.begin())) {
-        giveBack(*takeFirstWorkItem(), APipeLedger::kSentHome);
+        giveBack(*takeFirstWorkItem(), kSentHome);
         return notifyError(UNKNOWN_ERROR);
     }
     const int32_t eos = eosOf((*mWorkItems.begin())->mInput);
@@ -235,7 +235,7 @@ void APipe::onWork() {
     const sp<APipeItem> item = std::move(*mOutputItems.begin());
     mOutputItems.erase(mOutputItems.begin());
     const sp<APipeBuffer>& buffer = item->mInput;
-    const bool wasHere = mLedger->leave(buffer, APipeLedger::kSentOn);
+    const bool wasHere = mLedger->leave(buffer, kSentOn);
     const status_t err = mNextPipe->queueItem(item);
     if (err == OK) return;
     ALOGW("[%s] the next stage refused an output (err %d)", mName.c_str(), err);

@@ -87,7 +87,7 @@ void APipeLedger::retry(const APipeItem& item) {
     });
 }
 
-bool APipeLedger::leave(const sp<APipeBuffer>& buffer, Fate fate) {
+bool APipeLedger::leave(const sp<APipeBuffer>& buffer, APipeFate fate) {
     const APipePlace place = APipePlace::of(*buffer);
     if (!place.isInside(stay())) return false;
     if (place.kind == APipePlace::kFailed) countFailed(-1);

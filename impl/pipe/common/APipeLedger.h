@@ -20,6 +20,9 @@
 
 namespace android {
 
+/// Where a buffer goes when it leaves a stage.
+enum APipeFate : size_t { kSentOn, kSentHome, kGivenUp, kFateCount };
+
 /// The stage's loop writes it with plain stores, as things happen; anyone may read it, at any time,
 /// without waiting for the loop.
 ///
@@ -29,9 +32,6 @@ namespace android {
 /// Threading: as each group of operations says.
 class APipeLedger {
 public:
-    /// Where a buffer goes when it leaves a stage.
-    enum Fate : size_t { kSentOn, kSentHome, kGivenUp, kFateCount };
-
     /// The first error of a stage since its init.
     struct Failure {
         status_t notified = OK;  ///< what the client was told
@@ -68,7 +68,7 @@ public:
     void fail(const APipeItem& item);
     void retry(const APipeItem& item);
     /// False when the buffer was not in the stage.
-    bool leave(const sp<APipeBuffer>& buffer, Fate fate);
+    bool leave(const sp<APipeBuffer>& buffer, APipeFate fate);
     /// The next stage has refused what was sent on.
     void takeBack(const sp<APipeBuffer>& buffer);
     /// A flush or release: whatever is held is the client's or the pool's again.

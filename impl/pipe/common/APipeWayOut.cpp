@@ -14,10 +14,10 @@ namespace android {
 
 void APipe::sendDroppedHome() {
     for (const sp<APipeItem>& item : mItemGenerator->takeDroppedItems())
-        giveBack(*item, APipeLedger::kGivenUp);
+        giveBack(*item, kGivenUp);
 }
 
-void APipe::giveBack(const APipeItem& item, size_t fate) {
+void APipe::giveBack(const APipeItem& item, APipeFate fate) {
     if (item.mInput != nullptr) {
         mTrace->drop(APipePlace::frameOf(item.mInput), "given up");
         giveInputBack(item.mInput, fate);
@@ -28,10 +28,10 @@ void APipe::giveBack(const APipeItem& item, size_t fate) {
 
 void APipe::notifyInputBufferDone(const sp<APipeBuffer>& buffer) {
     APipeLoopChecker::check(mLoopChecker, __func__);
-    giveInputBack(buffer, APipeLedger::kSentHome);
+    giveInputBack(buffer, kSentHome);
 }
 
-void APipe::giveInputBack(const sp<APipeBuffer>& buffer, size_t fate) {
+void APipe::giveInputBack(const sp<APipeBuffer>& buffer, APipeFate fate) {
     leave(buffer, fate, "notifyInputBufferDone");
     int32_t bufferId;
     if (!buffer->getMeta()->findInt32("bufferId", &bufferId)) {
@@ -57,10 +57,10 @@ void APipe::notifyOutputBufferDone(const sp<APipeBuffer>& buffer, BufferFlag fla
     APipeLoopChecker::check(mLoopChecker, __func__);
     const bool isSentOn = flag == kBufferWithFrame;
     if (mNextPipe != nullptr && isSentOn) return appendOutput(buffer);
-    giveOutputBack(buffer, flag, isSentOn ? APipeLedger::kSentOn : APipeLedger::kSentHome);
+    giveOutputBack(buffer, flag, isSentOn ? kSentOn : kSentHome);
 }
 
-void APipe::giveOutputBack(const sp<APipeBuffer>& buffer, BufferFlag flag, size_t fate) {
+void APipe::giveOutputBack(const sp<APipeBuffer>& buffer, BufferFlag flag, APipeFate fate) {
     leave(buffer, fate, "notifyOutputBufferDone");
     if (mNextPipe == nullptr || APipePlace::isClients(*buffer)) {
         postOutputDone(buffer, flag);
@@ -69,10 +69,10 @@ void APipe::giveOutputBack(const sp<APipeBuffer>& buffer, BufferFlag flag, size_
     }
 }
 
-void APipe::leave(const sp<APipeBuffer>& buffer, size_t fate, const char* call) {
+void APipe::leave(const sp<APipeBuffer>& buffer, APipeFate fate, const char* call) {
     const APipePlace place = APipePlace::of(*buffer);
     const bool wasSomewhere = place.stay != 0 || place.kind == APipePlace::kOnTheWayHome;
-    if (mLedger->leave(buffer, static_cast<APipeLedger::Fate>(fate))) return;
+    if (mLedger->leave(buffer, fate)) return;
     ALOGE_IF(APipeLoopChecker::kIsOn && wasSomewhere,
              "[%s] %s of a buffer that is not in the stage, with frame %lld: sent home twice, or "
              "kept over a flush?",
