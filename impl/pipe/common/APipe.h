@@ -30,6 +30,7 @@ class APipeLedger;
 class APipeLoop;
 class APipeLoopChecker;
 class APipeNotifier;
+class APipeReport;
 class APipeStallWatch;
 class APipeTrace;
 struct APipeStageView;
@@ -328,7 +329,7 @@ private:
     void onStallTick();
     void logStall(const APipe* stage) const;
     APipeStageView view() const;
-    std::vector<APipeStageView> viewsFromHere() const;
+    APipeReport report() const;
 
     alignas(kCacheLine) const sp<APipeLoop> mLoop;
     const sp<APipeLoopChecker> mLoopChecker;

@@ -30,9 +30,16 @@ APipeStageView::Queue viewOf(const APipeQueueRecord& queue) {
 }  // namespace
 
 std::string APipe::debugString() const {
+    return report().text();
+}
+
+// Of this stage and all after it.
+APipeReport APipe::report() const {
+    std::vector<APipeStageView> views;
+    for (const APipe* pipe = this; pipe != nullptr; pipe = pipe->mNextPipe.get())
+        views.push_back(pipe->view());
     const sp<APipe> previous = mStallWatch->previous();
-    return APipeReport(viewsFromHere(), previous != nullptr ? previous->mName : "the client")
-        .text();
+    return {std::move(views), previous != nullptr ? previous->mName : "the client"};
 }
 
 APipeCounts APipe::getCounts() const {
@@ -115,7 +122,7 @@ void APipe::onStallTick() {
 }
 
 void APipe::logStall(const APipe* stage) const {
-    const APipeReport report(stage->viewsFromHere());
+    const APipeReport report = stage->report();
     const APipeReport::Wait wait = report.waitOf(0);
     const int priority = wait.isForClient ? ANDROID_LOG_INFO : ANDROID_LOG_WARN;
     const std::string who = stage == this ? "" : " (says " + mName + ")";
@@ -158,13 +165,6 @@ APipeStageView APipe::view() const {
         }
     }
     return view;
-}
-
-std::vector<APipeStageView> APipe::viewsFromHere() const {
-    std::vector<APipeStageView> views;
-    for (const APipe* pipe = this; pipe != nullptr; pipe = pipe->mNextPipe.get())
-        views.push_back(pipe->view());
-    return views;
 }
 
 }  // namespace android

@@ -22,7 +22,7 @@ public:
 
     /// The stages in the order of the chain. `before` names what comes before the first one: a
     /// stage, or the client.
-    explicit APipeReport(std::vector<APipeStageView> stages, std::string before = "the client");
+    APipeReport(std::vector<APipeStageView> stages, std::string before);
 
     Wait waitOf(size_t stage) const;
     /// A few lines that describe one stage.
